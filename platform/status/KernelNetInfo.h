@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/packet/EthDev.h"
+#include "platform/state/Directory.h"
+
+namespace Platform::KernelNetInfo {
+
+// What the kernel says of one network namespace: its Ethernet devices by interface. The binding in
+// use (Linux or in memory) keeps it.
+class Status final : public IntfDirectory<Ptr<EthDev>> {
+  public:
+    using IntfDirectory::IntfDirectory;
+};
+
+}  // namespace Platform::KernelNetInfo
