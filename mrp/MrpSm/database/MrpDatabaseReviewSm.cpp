@@ -1,0 +1,48 @@
+#include "mrp/MrpSm/database/MrpDatabaseReviewSm.h"
+
+#include <utility>
+
+#include "mrp/MrpSm/types/MrpTrace.h"
+
+namespace Mrp {
+
+namespace {
+constexpr Seconds reviewWindow = 1.0;
+constexpr std::size_t reviewsPerWindow = 4;
+constexpr Seconds reviewDelay = 0.1;
+constexpr Seconds reviewGap = 0.1;
+constexpr Seconds cloggedRetry = 0.1;
+}  // namespace
+
+MrpDatabaseReviewSm::MrpDatabaseReviewSm(MrpSm& mrpSm, Ptr<MrpAttrLogSm> mrpAttrLogSm, Clock& clock)
+    : mrpSm_(mrpSm),
+      mrpAttrLogSm_(std::move(mrpAttrLogSm)),
+      clock_(clock, [this] { doReview(); }),
+      reviewTimer_(clock_, reviewWindow, reviewsPerWindow, reviewDelay, reviewGap) {
+    handleInitialized();
+}
+
+void MrpDatabaseReviewSm::doUpdateReviewTimer() {
+    MRP_TRACE(8, className() << "::doUpdateReviewTimer()");
+    if (!reviewTimer_.reviewPending() && !pendingEmpty()) {
+        reviewTimer_.doUpdateNextReview();
+    }
+}
+
+void MrpDatabaseReviewSm::doReview() {
+    if (!initialized_) {
+        return;
+    }
+    MRP_TRACE(8, className() << "::doReview()");
+    while (!pendingEmpty()) {
+        if (mrpAttrLogSm_ && mrpAttrLogSm_->isAttrLogOutClogged()) {
+            clock_.expiryIs(clock_.clock().now() + cloggedRetry);
+            return;
+        }
+        reviewFirst();
+    }
+    lastReview_ = clock_.clock().now();
+    doUpdateReviewTimer();
+}
+
+}  // namespace Mrp

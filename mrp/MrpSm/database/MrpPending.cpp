@@ -1,0 +1,133 @@
+#include <utility>
+
+#include "mrp/MrpSm/root/MrpSm.h"
+
+// Pending database changes and the iteration sets. What the protocol decides is queued here and
+// applied by the reviews, in batches; queueing one side cancels the other.
+
+namespace Mrp {
+
+bool MrpSm::deletePending(const MrpAttribute& attribute) const {
+    const auto found = deletePendingAttr_.find(attribute);
+    return found != deletePendingAttr_.end() && found->second;
+}
+
+void MrpSm::addPendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record) {
+    addPendingAttr_[attribute] = std::move(record);
+    databaseChanged();
+}
+
+void MrpSm::addPendingAttrDel(const MrpAttribute& attribute) {
+    addPendingAttr_.erase(attribute);
+    databaseChanged();
+}
+
+void MrpSm::deletePendingAttrIs(const MrpAttribute& attribute, bool pending) {
+    deletePendingAttr_[attribute] = pending;
+    databaseChanged();
+}
+
+void MrpSm::deletePendingAttrDel(const MrpAttribute& attribute) {
+    deletePendingAttr_.erase(attribute);
+    databaseChanged();
+}
+
+Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
+    if (MrpAttrDatabase* committed = mrpGetAttrFromDatabase(
+            attribute.intfId, attribute.attributeType, attribute.key, false)) {
+        return Ptr<MrpAttrDatabase>(committed);
+    }
+    const auto pending = addPendingAttr_.find(attribute);
+    if (pending != addPendingAttr_.end() && pending->second) {
+        return pending->second;
+    }
+    Ptr<MrpAttrDatabase> record = makePtr<MrpAttrDatabase>(attribute.key);
+    addPendingAttrIs(attribute, record);
+    deletePendingAttrDel(attribute);
+    addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
+    mrpDatabaseAddSm_->doUpdateReviewTimer();
+    return record;
+}
+
+void MrpSm::removeAttrFromAddPending(const MrpAttribute& attribute) {
+    const bool committed = mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType,
+                                                  attribute.key, false) != nullptr;
+    if (!committed && addPendingAttr_.contains(attribute)) {
+        removeFromAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
+    }
+    addPendingAttrDel(attribute);
+}
+
+void MrpSm::addAttrToDeletePending(const MrpAttribute& attribute) {
+    const bool committed = mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType,
+                                                  attribute.key, false) != nullptr;
+    if (!committed) {
+        // One that was never committed is simply forgotten.
+        if (addPendingAttr_.contains(attribute)) {
+            removeAttrFromAddPending(attribute);
+        }
+        return;
+    }
+    deletePendingAttrIs(attribute, true);
+    removeAttrFromAddPending(attribute);
+    mrpDatabaseDeleteSm_->doUpdateReviewTimer();
+}
+
+// --- The reviews, entry by entry ---
+
+bool MrpDatabaseAddSm::pendingEmpty() const {
+    return mrpSm().addPendingAttr().empty();
+}
+
+void MrpDatabaseAddSm::reviewFirst() {
+    const auto [attribute, pending] = *mrpSm().addPendingAttr().begin();
+    const Ptr<MrpAttrDatabase> committed =
+        mrpSm().createEntryInDatabase(attribute.intfId, attribute.attributeType, attribute.key);
+    if (committed && pending) {
+        committed->copyFrom(*pending);
+    }
+    mrpSm().addPendingAttrDel(attribute);
+}
+
+bool MrpDatabaseDeleteSm::pendingEmpty() const {
+    return mrpSm().deletePendingAttr().empty();
+}
+
+void MrpDatabaseDeleteSm::reviewFirst() {
+    const MrpAttribute attribute = mrpSm().deletePendingAttr().begin()->first;
+    mrpSm().committedRecordDel(attribute);
+    mrpSm().removeFromAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
+    mrpSm().deletePendingAttrDel(attribute);
+}
+
+// --- Iteration sets ---
+
+Ptr<MrpAttrIter> MrpSm::mrpAttrIter(const MrpAttrIter::Key& key) const {
+    const auto found = mrpAttrIter_.find(key);
+    return found != mrpAttrIter_.end() ? found->second : nullptr;
+}
+
+Ptr<MrpAttrIter> MrpSm::mrpAttrIterIs(const MrpAttrIter::Key& key) {
+    Ptr<MrpAttrIter>& iter = mrpAttrIter_[key];
+    if (!iter) {
+        iter = makePtr<MrpAttrIter>(key);
+    }
+    return iter;
+}
+
+void MrpSm::addToAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
+    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key, true);
+}
+
+void MrpSm::removeFromAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
+    const auto found = mrpAttrIter_.find({intfId, attributeType});
+    if (found == mrpAttrIter_.end()) {
+        return;
+    }
+    found->second->attributeKeyDel(key);
+    if (found->second->attributeKey().empty()) {
+        mrpAttrIter_.erase(found);
+    }
+}
+
+}  // namespace Mrp

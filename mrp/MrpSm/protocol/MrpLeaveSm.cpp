@@ -1,0 +1,92 @@
+#include "mrp/MrpSm/protocol/MrpLeaveSm.h"
+
+#include <utility>
+#include <vector>
+
+#include "mrp/MrpSm/root/MrpSm.h"
+#include "mrp/MrpSm/types/MrpTrace.h"
+#include "platform/time/Dispatch.h"
+
+namespace Mrp {
+
+MrpLeaveSm::MrpLeaveSm(const MrpAttribute& attribute, MrpSm& mrpSm, Ptr<TimerWheel> timerWheel)
+    : attribute_(attribute),
+      mrpSm_(mrpSm),
+      leaveTimer_(std::move(timerWheel), [this] { handleLeaveTimer(); }) {
+    handleInitialized();
+}
+
+void MrpLeaveSm::handleInitialized() {
+    MRP_TRACE(8, "void Mrp::MrpLeaveSm::handleInitialized()");
+    initialized_ = true;
+    doScheduleLeaveTimer(mrpSm_.mrpConfig().leaveTime());
+}
+
+bool MrpLeaveSm::leavePending(AttributeKey key) const {
+    const auto found = leavePending_.find(key);
+    return found != leavePending_.end() && found->second;
+}
+
+void MrpLeaveSm::doScheduleLeaveTimer(const Seconds& leaveTime) {
+    const Seconds expiry = mrpSm_.clock().now() + leaveTime;
+    MRP_TRACE(8, "void Mrp::MrpLeaveSm::doScheduleLeaveTimer(const Seconds&)"
+                     << " key: " << attribute_);
+    MRP_TRACE(8, "Leave timer will expire at: " << expiry);
+    leaveTimer_.expiryIs(expiry);
+}
+
+// Whether the registrar still has this timer.
+bool MrpLeaveSm::registered() const {
+    const auto holds = [this](const MrpRegistrarSm::LeaveSms& leaveSms) {
+        const auto found = leaveSms.find(attribute_);
+        return found != leaveSms.end() && found->second.get() == this;
+    };
+    return holds(mrpSm_.registrarSm()->leaveSm()) || holds(mrpSm_.registrarSm()->explicitLeaveSm());
+}
+
+// A Join that is already in the socket cancels its leave instead of losing the race against it.
+void MrpLeaveSm::takeWaitingFrame() {
+    const EthDevPam* pam = mrpSm_.pamCollection()->pam(attribute_.intfId);
+    if (pam == nullptr || !pam->hasDataOnSocket()) {
+        return;
+    }
+    if (const Ptr<MrpIntfPamSm> intfPamSm = mrpSm_.mrpPamSm()->mrpIntfPamSm(attribute_.intfId)) {
+        intfPamSm->handleMrpdu();
+    }
+}
+
+void MrpLeaveSm::handleLeaveTimer() {
+    if (!initialized_) {
+        return;
+    }
+    // The frame, and the indications below, may end this timer.
+    const Ptr<MrpLeaveSm> self(this);
+    const MrpAttribute attribute = attribute_;
+    MRP_TRACE(8, "MrpLeaveSm::handleLeaveTimer() " << attribute);
+    // An error in one indication must not keep the other attributes from leaving.
+    dispatch([this] { takeWaitingFrame(); });
+    if (!registered()) {
+        return;
+    }
+    std::vector<AttributeKey> keys;
+    keys.reserve(leavePending_.size());
+    for (const auto& [key, pending] : leavePending_) {
+        keys.push_back(key);
+    }
+    for (const AttributeKey key : keys) {
+        dispatch([this, key] { handleLeavePending(key); });
+    }
+    mrpSm_.registrarSm()->leaveSmDel(attribute);
+    mrpSm_.registrarSm()->explicitLeaveSmDel(attribute);
+}
+
+void MrpLeaveSm::handleLeavePending(AttributeKey key) {
+    if (!leavePending(key)) {
+        return;
+    }
+    mrpSm_.mrpFillContextFromDatabase({attribute_.intfId, attribute_.attributeType, key});
+    mrpSm_.registrarSm()->registrarEventIs(MrpRegistrarEvent::leaveTimer);
+    mrpSm_.registrarSm()->handleRegistrarEvent();
+}
+
+}  // namespace Mrp

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "mrp/MrpSm/types/PlatformNames.h"
+#include "platform/log/Trace.h"
+
+namespace Mrp {
+
+// The one trace source of the engine, named "MrpSm". Levels in use: 0 errors of our own, 2 wrong
+// destination address, 4 wrong EtherType and recycled packets, 6 tagged frames, 7 LeaveAll timers,
+// 8 every handler's own name and what it works on.
+extern TraceSource mrpSmTrace;
+
+}  // namespace Mrp
+
+#define MRP_TRACE(level, message) PLATFORM_TRACE(::Mrp::mrpSmTrace, level, message)
+
+// The trace with which a handler begins.
+#define MRP_TRACE_HANDLER() MRP_TRACE(8, __PRETTY_FUNCTION__)
