@@ -125,7 +125,8 @@ Ptr<MrpAttrDatabase> MrpSm::createEntryInDatabase(IntfId intfId, AttributeType a
         ->mrpAttributeIs(key);
 }
 
-void MrpSm::committedRecordDel(const MrpAttribute& attribute) const {
+void MrpSm::committedRecordDel(const MrpAttribute& attribute) {
+    databaseChanged();
     const MrpApplicationDatabase* database = applicationDatabase();
     const MrpIntfApplicant* intf =
         database != nullptr ? database->attrDatabase(attribute.intfId) : nullptr;

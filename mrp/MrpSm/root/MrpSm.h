@@ -206,7 +206,7 @@ class MrpSm final : public RefCounted {
     void deletePendingAttrDel(const MrpAttribute& attribute);
     bool deletePending(const MrpAttribute& attribute) const;
     // Removes the committed record.
-    void committedRecordDel(const MrpAttribute& attribute) const;
+    void committedRecordDel(const MrpAttribute& attribute);
 
     // The attributes known by interface and type.
     const std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>>& mrpAttrIter() const {

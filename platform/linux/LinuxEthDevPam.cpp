@@ -1,0 +1,151 @@
+#include "platform/linux/LinuxEthDevPam.h"
+
+#include <cstring>
+#include <utility>
+
+#include "platform/base/Assert.h"
+#include "platform/log/Trace.h"
+
+namespace Platform::Linux {
+
+namespace {
+
+TraceSource linuxTrace("Linux");
+
+constexpr Seconds checkInterval = 1;
+
+}  // namespace
+
+LinuxEthDevPam::LinuxEthDevPam(IntfId intfId, std::string interfaceName,
+                               EpollActivityManager& activityManager,
+                               const EthDevPamParameters& parameters)
+    : EthDevPam(intfId),
+      interfaceName_(std::move(interfaceName)),
+      activityManager_(activityManager),
+      parameters_(parameters),
+      checkAlarm_(activityManager.clock(), [this] { checkInterface(); }) {
+    openSocket();
+}
+
+LinuxEthDevPam::~LinuxEthDevPam() {
+    closeSocket();
+}
+
+void LinuxEthDevPam::openSocket() {
+    PacketSocket socket(interfaceName_, parameters_);
+    activityManager_.descriptorIs(
+        socket.fd(), [this] { handleReadable(); }, [this] { handleFailure(); });
+    socket_.emplace(std::move(socket));
+}
+
+void LinuxEthDevPam::closeSocket() {
+    if (socket_) {
+        kernelDrops_ += socket_->takeDrops();
+        activityManager_.descriptorDel(socket_->fd());
+        socket_.reset();
+    }
+}
+
+Ptr<Pkt> LinuxEthDevPam::rxPkt() {
+    // An error that is pending comes before the frames, and reading takes it away.
+    constexpr int attempts = 8;
+    for (int i = 0; i < attempts && socket_; ++i) {
+        PacketSocket::Received received = socket_->receive();
+        if (received.pkt) {
+            ++counters_.received;
+            return std::move(received.pkt);
+        }
+        if (received.error == EAGAIN) {
+            break;
+        }
+        if (received.error != 0 && received.error != EINTR) {
+            ++counters_.receiveErrors;
+            PLATFORM_TRACE(linuxTrace, 1,
+                           interfaceName_ << ": receiving: " << std::strerror(received.error));
+            checkAlarm_.expiryIs(activityManager_.clock().now());
+        }
+    }
+    return nullptr;
+}
+
+void LinuxEthDevPam::txPkt(const Ptr<Pkt>& pkt) {
+    require(static_cast<bool>(pkt), "there is a packet to send");
+    const int error = socket_ ? socket_->send(*pkt) : ENODEV;
+    if (error == 0) {
+        ++counters_.sent;
+        return;
+    }
+    ++counters_.sendFailures;
+    PLATFORM_TRACE(linuxTrace, 1,
+                   interfaceName_ << ": sending " << pkt->bytes()
+                                  << " octets: " << std::strerror(error));
+    const bool interfaceTrouble = error == ENETDOWN || error == ENXIO || error == ENODEV;
+    if (interfaceTrouble && checkAlarm_.expiry() == never) {
+        checkAlarm_.expiryIs(activityManager_.clock().now());
+    }
+}
+
+bool LinuxEthDevPam::hasDataOnSocket() const {
+    return socket_ && socket_->readable();
+}
+
+std::uint64_t LinuxEthDevPam::kernelDrops() {
+    if (socket_) {
+        kernelDrops_ += socket_->takeDrops();
+    }
+    return kernelDrops_;
+}
+
+void LinuxEthDevPam::handleReadable() {
+    const Ptr<LinuxEthDevPam> self(this);
+    if (readable().empty()) {
+        // Left where it is, the frame would wake the loop for ever.
+        ++counters_.discarded;
+        socket_->discard();
+        return;
+    }
+    readable().notify();
+}
+
+void LinuxEthDevPam::handleFailure() {
+    const int error = socket_->takeError();
+    ++counters_.receiveErrors;
+    PLATFORM_TRACE(linuxTrace, 1, interfaceName_ << ": socket error: " << std::strerror(error));
+    if (error == 0) {
+        // A condition that reading does not take away would wake the loop for ever.
+        closeSocket();
+    }
+    checkInterface();
+}
+
+// Errors tell when an interface goes down, but not always when it goes away after that. So until it
+// is up again it is looked at now and then.
+void LinuxEthDevPam::checkInterface() {
+    if (socket_) {
+        switch (socket_->attachment()) {
+        case PacketSocket::Attachment::running:
+            checkAlarm_.expiryIs(never);
+            return;
+        case PacketSocket::Attachment::down:
+            checkAlarm_.expiryIs(activityManager_.clock().now() + checkInterval);
+            return;
+        case PacketSocket::Attachment::lost:
+            PLATFORM_TRACE(linuxTrace, 0, interfaceName_ << ": the interface has gone");
+            closeSocket();
+            break;
+        }
+    }
+    reopen();
+}
+
+void LinuxEthDevPam::reopen() {
+    try {
+        openSocket();
+        PLATFORM_TRACE(linuxTrace, 0, interfaceName_ << ": packet access is open again");
+    } catch (const std::system_error& error) {
+        PLATFORM_TRACE(linuxTrace, 2, error.what());
+        checkAlarm_.expiryIs(activityManager_.clock().now() + checkInterval);
+    }
+}
+
+}  // namespace Platform::Linux
