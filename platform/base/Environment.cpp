@@ -1,6 +1,7 @@
 #include "platform/base/Environment.h"
 
 #include <cstdlib>
+#include <random>
 
 namespace Platform {
 
@@ -15,6 +16,14 @@ std::uint32_t randomNumber() {
 
 void seedRandom(std::uint32_t seed) {
     std::srand(seed);
+}
+
+std::uint64_t hashSeed() {
+    static const std::uint64_t seed = [] {
+        std::random_device device;
+        return static_cast<std::uint64_t>(device()) << 32U | device();
+    }();
+    return seed;
 }
 
 }  // namespace Platform

@@ -14,4 +14,8 @@ std::optional<std::string> environmentVariable(const char* name);
 std::uint32_t randomNumber();
 void seedRandom(std::uint32_t seed);
 
+// A number that nobody outside the process can know, the same at every call: the seed of hash
+// tables whose keys a neighbour chooses.
+std::uint64_t hashSeed();
+
 }  // namespace Platform

@@ -1,6 +1,7 @@
 #include "platform/base/Text.h"
 
 #include <charconv>
+#include <cstdio>
 
 namespace Platform {
 
@@ -8,6 +9,12 @@ std::string hexStr(std::uint64_t number) {
     char digits[16];
     const auto result = std::to_chars(digits, digits + sizeof(digits), number, 16);
     return {digits, result.ptr};
+}
+
+std::string secondsText(double seconds) {
+    char text[48];
+    std::snprintf(text, sizeof(text), "%.6f", seconds);
+    return text;
 }
 
 std::string hexBytes(std::span<const std::uint8_t> bytes) {

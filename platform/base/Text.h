@@ -11,6 +11,9 @@ namespace Platform {
 // The number in hexadecimal: lower-case, without prefix and leading zeros ("0" for zero).
 std::string hexStr(std::uint64_t number);
 
+// A time or span in seconds with six decimals, however large it is.
+std::string secondsText(double seconds);
+
 // The bytes as hexadecimal digits, two a byte.
 std::string hexBytes(std::span<const std::uint8_t> bytes);
 

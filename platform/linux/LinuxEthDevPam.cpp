@@ -13,6 +13,7 @@ namespace {
 TraceSource linuxTrace("Linux");
 
 constexpr Seconds checkInterval = 1;
+constexpr Seconds listenInterval = 0.1;
 
 }  // namespace
 
@@ -23,7 +24,8 @@ LinuxEthDevPam::LinuxEthDevPam(IntfId intfId, std::string interfaceName,
       interfaceName_(std::move(interfaceName)),
       activityManager_(activityManager),
       parameters_(parameters),
-      checkAlarm_(activityManager.clock(), [this] { checkInterface(); }) {
+      checkAlarm_(activityManager.clock(), [this] { checkInterface(); }),
+      listenAlarm_(activityManager.clock(), [this] { listen(); }) {
     openSocket();
 }
 
@@ -32,21 +34,26 @@ LinuxEthDevPam::~LinuxEthDevPam() {
 }
 
 void LinuxEthDevPam::openSocket() {
-    PacketSocket socket(interfaceName_, parameters_);
+    socket_.emplace(interfaceName_, parameters_);
+    listen();
+}
+
+void LinuxEthDevPam::listen() {
     activityManager_.descriptorIs(
-        socket.fd(), [this] { handleReadable(); }, [this] { handleFailure(); });
-    socket_.emplace(std::move(socket));
+        socket_->fd(), [this] { handleReadable(); }, [this] { handleFailure(); });
 }
 
 void LinuxEthDevPam::closeSocket() {
     if (socket_) {
         kernelDrops_ += socket_->takeDrops();
         activityManager_.descriptorDel(socket_->fd());
+        listenAlarm_.expiryIs(never);
         socket_.reset();
     }
 }
 
 Ptr<Pkt> LinuxEthDevPam::rxPkt() {
+    asked_ = true;
     // An error that is pending comes before the frames, and reading takes it away.
     constexpr int attempts = 8;
     for (int i = 0; i < attempts && socket_; ++i) {
@@ -99,12 +106,17 @@ std::uint64_t LinuxEthDevPam::kernelDrops() {
 void LinuxEthDevPam::handleReadable() {
     const Ptr<LinuxEthDevPam> self(this);
     if (readable().empty()) {
-        // Left where it is, the frame would wake the loop for ever.
         ++counters_.discarded;
         socket_->discard();
         return;
     }
+    asked_ = false;
     readable().notify();
+    if (!asked_ && socket_) {
+        // Left where they are, the frames would wake the loop for ever.
+        activityManager_.descriptorDel(socket_->fd());
+        listenAlarm_.expiryIs(activityManager_.clock().now() + listenInterval);
+    }
 }
 
 void LinuxEthDevPam::handleFailure() {

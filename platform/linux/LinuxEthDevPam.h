@@ -16,6 +16,9 @@ namespace Platform::Linux {
 // Survives its interface: link down and up needs nothing; when the interface goes, the socket is
 // closed, and once a second the Pam looks whether one of that name is back. Frames sent meanwhile
 // are lost and counted.
+//
+// A reactor that takes no frame when it is told of one leaves the frames in the socket (a standby
+// engine does); it is told again ten times a second.
 class LinuxEthDevPam final : public EthDevPam {
   public:
     struct Counters {
@@ -44,6 +47,7 @@ class LinuxEthDevPam final : public EthDevPam {
   private:
     void openSocket();
     void closeSocket();
+    void listen();
     void handleReadable();
     void handleFailure();
     void checkInterface();
@@ -57,6 +61,9 @@ class LinuxEthDevPam final : public EthDevPam {
     std::uint64_t kernelDrops_ = 0;
     // Set while the interface is not up, or has gone.
     Alarm checkAlarm_;
+    // Set while frames are left in the socket on purpose.
+    Alarm listenAlarm_;
+    bool asked_ = false;  // for a frame, since the last notification
 };
 
 }  // namespace Platform::Linux

@@ -1,6 +1,7 @@
 #include "platform/packet/PktManager.h"
 
 #include <new>
+#include <stdexcept>
 
 namespace Platform {
 
@@ -21,6 +22,8 @@ Ptr<Pkt> PktManager::newPkt(std::size_t bytes) {
     try {
         return makePtr<Pkt>(headRoom + bytes, headRoom);
     } catch (const std::bad_alloc&) {
+        return nullptr;
+    } catch (const std::range_error&) {  // no memory for the object itself
         return nullptr;
     }
 }

@@ -93,7 +93,7 @@ Ptr<MrpAttrDatabase> MrpSm::mrpGetAttribute(bool create) {
     MrpAttrDatabase* found =
         mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, true);
     Ptr<MrpAttrDatabase> record(found);
-    if (!record && create) {
+    if (!record && create && applicationDatabase() != nullptr) {
         record =
             mrpAddAttrToDatabase(attribute.intfId, attribute.attributeType, attribute.key, false);
     }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "mrp/MrpSm/types/MrpTrace.h"
+#include "platform/base/ScopeGuard.h"
 
 namespace Mrp {
 
@@ -34,6 +35,8 @@ void MrpDatabaseReviewSm::doReview() {
         return;
     }
     MRP_TRACE(8, className() << "::doReview()");
+    // Also when an entry cannot be applied for want of memory: then what is left is tried again.
+    const ScopeGuard again([this] { doUpdateReviewTimer(); });
     while (!pendingEmpty()) {
         if (mrpAttrLogSm_ && mrpAttrLogSm_->isAttrLogOutClogged()) {
             clock_.expiryIs(clock_.clock().now() + cloggedRetry);
@@ -42,7 +45,6 @@ void MrpDatabaseReviewSm::doReview() {
         reviewFirst();
     }
     lastReview_ = clock_.clock().now();
-    doUpdateReviewTimer();
 }
 
 }  // namespace Mrp

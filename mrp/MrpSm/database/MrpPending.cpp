@@ -42,9 +42,9 @@ Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
         return pending->second;
     }
     Ptr<MrpAttrDatabase> record = makePtr<MrpAttrDatabase>(attribute.key);
+    addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     addPendingAttrIs(attribute, record);
     deletePendingAttrDel(attribute);
-    addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     mrpDatabaseAddSm_->doUpdateReviewTimer();
     return record;
 }
@@ -108,9 +108,10 @@ Ptr<MrpAttrIter> MrpSm::mrpAttrIter(const MrpAttrIter::Key& key) const {
 }
 
 Ptr<MrpAttrIter> MrpSm::mrpAttrIterIs(const MrpAttrIter::Key& key) {
-    Ptr<MrpAttrIter>& iter = mrpAttrIter_[key];
+    Ptr<MrpAttrIter> iter = mrpAttrIter(key);
     if (!iter) {
         iter = makePtr<MrpAttrIter>(key);
+        mrpAttrIter_[key] = iter;
     }
     return iter;
 }

@@ -126,39 +126,62 @@ void MrpApplicantSm::handleApplicantEvent() {
 }
 
 void MrpApplicantSm::handleVeryAnxiousObserver(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(VO, event);
 }
+
 void MrpApplicantSm::handleVeryAnxiousPassive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(VP, event);
 }
+
 void MrpApplicantSm::handleVeryAnxiousNew(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(VN, event);
 }
+
 void MrpApplicantSm::handleAnxiousNew(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(AN, event);
 }
+
 void MrpApplicantSm::handleAnxiousActive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(AA, event);
 }
+
 void MrpApplicantSm::handleQuietActive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(QA, event);
 }
+
 void MrpApplicantSm::handleLeavingActive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(LA, event);
 }
+
 void MrpApplicantSm::handleAnxiousObserver(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(AO, event);
 }
+
 void MrpApplicantSm::handleQuietObserver(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(QO, event);
 }
+
 void MrpApplicantSm::handleAnxiousPassive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(AP, event);
 }
+
 void MrpApplicantSm::handleQuietPassive(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(QP, event);
 }
+
 void MrpApplicantSm::handleLeavingObserver(MrpApplicantEvent event) {
+    MRP_TRACE_HANDLER();
     applyRow(LO, event);
 }
 

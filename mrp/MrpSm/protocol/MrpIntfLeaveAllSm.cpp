@@ -52,27 +52,31 @@ bool MrpIntfLeaveAllSm::registered() const {
 }
 
 void MrpIntfLeaveAllSm::handleLeaveAllTimer() {
-    MRP_TRACE_HANDLER();
     const Ptr<MrpIntfLeaveAllSm> self(this);  // an indication may disable the interface
+    const ScopeGuard rearm([this] { rearmTimer(); });
+    MRP_TRACE_HANDLER();
     const Seconds period = mrpSm_.leaveAllSm()->getLeaveAllTime(intfId_);
     std::vector<AttributeType> types;
     for (const auto& [type, timer] : leaveAllPending_) {
         types.push_back(type);
     }
-    Seconds earliest = never;
-    const ScopeGuard rearm([this, &earliest] {
-        if (registered()) {
-            const Seconds now = mrpSm_.clock().now();
-            leaveAllTimer_.expiryIs(now > earliest ? now + overdueRetry : earliest);
-        }
-    });
     for (const AttributeType type : types) {
         handleTxLeaveAll(type, period);
-        if (const MrpLeaveAllTimer* timer = leaveAllPending(type)) {
-            earliest = std::min(earliest, timer->expiryTime);
-        }
     }
     mrpSm_.mrpTransmitTxAttributes(intfId_);
+}
+
+// For the type that is due next. Set directly: scheduling would only ever bring it forward.
+void MrpIntfLeaveAllSm::rearmTimer() {
+    if (!registered()) {
+        return;
+    }
+    Seconds earliest = never;
+    for (const auto& [type, timer] : leaveAllPending_) {
+        earliest = std::min(earliest, timer.expiryTime);
+    }
+    const Seconds now = mrpSm_.clock().now();
+    leaveAllTimer_.expiryIs(now > earliest ? now + overdueRetry : earliest);
 }
 
 void MrpIntfLeaveAllSm::handleTxLeaveAll(AttributeType type, const Seconds& t) {

@@ -46,6 +46,7 @@ class MrpIntfLeaveAllSm final : public RefCounted {
   private:
     void handleInitialized();
     void handleLeaveAllTimer();
+    void rearmTimer();
     void handleTxLeaveAll(AttributeType type, const Seconds& t);
     bool registered() const;
 

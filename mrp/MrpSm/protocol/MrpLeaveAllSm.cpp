@@ -35,9 +35,10 @@ Ptr<MrpIntfLeaveAllSm> MrpLeaveAllSm::intfLeaveAllSm(IntfId intfId) const {
 }
 
 Ptr<MrpIntfLeaveAllSm> MrpLeaveAllSm::intfLeaveAllSmIs(IntfId intfId) {
-    Ptr<MrpIntfLeaveAllSm>& machine = intfLeaveAllSm_[intfId];
+    Ptr<MrpIntfLeaveAllSm> machine = intfLeaveAllSm(intfId);
     if (!machine) {
         machine = makePtr<MrpIntfLeaveAllSm>(intfId, mrpSm_, timerWheel_);
+        intfLeaveAllSm_[intfId] = machine;
     }
     return machine;
 }

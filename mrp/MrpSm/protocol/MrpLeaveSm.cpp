@@ -1,10 +1,11 @@
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 
 #include <utility>
-#include <vector>
 
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
+#include "platform/base/ScopeGuard.h"
+#include "platform/base/Text.h"
 #include "platform/time/Dispatch.h"
 
 namespace Mrp {
@@ -31,7 +32,7 @@ void MrpLeaveSm::doScheduleLeaveTimer(const Seconds& leaveTime) {
     const Seconds expiry = mrpSm_.clock().now() + leaveTime;
     MRP_TRACE(8, "void Mrp::MrpLeaveSm::doScheduleLeaveTimer(const Seconds&)"
                      << " key: " << attribute_);
-    MRP_TRACE(8, "Leave timer will expire at: " << expiry);
+    MRP_TRACE(8, "Leave timer will expire at: " << secondsText(expiry));
     leaveTimer_.expiryIs(expiry);
 }
 
@@ -68,19 +69,22 @@ void MrpLeaveSm::handleLeaveTimer() {
     if (!registered()) {
         return;
     }
-    std::vector<AttributeKey> keys;
-    keys.reserve(leavePending_.size());
-    for (const auto& [key, pending] : leavePending_) {
-        keys.push_back(key);
-    }
-    for (const AttributeKey key : keys) {
+    const ScopeGuard remove([this, &attribute] {
+        if (registered()) {
+            mrpSm_.registrarSm()->leaveSmDel(attribute);
+            mrpSm_.registrarSm()->explicitLeaveSmDel(attribute);
+        }
+    });
+    // Key by key, because each event deletes its own, and an indication may end others.
+    for (auto entry = leavePending_.begin(); entry != leavePending_.end();) {
+        const AttributeKey key = entry->first;
         dispatch([this, key] { handleLeavePending(key); });
+        entry = leavePending_.upper_bound(key);
     }
-    mrpSm_.registrarSm()->leaveSmDel(attribute);
-    mrpSm_.registrarSm()->explicitLeaveSmDel(attribute);
 }
 
 void MrpLeaveSm::handleLeavePending(AttributeKey key) {
+    MRP_TRACE_HANDLER();
     if (!leavePending(key)) {
         return;
     }

@@ -37,6 +37,7 @@ void MrpRegistrarSm::handleInitialized() {
 }
 
 void MrpRegistrarSm::handleTxTimer() {
+    MRP_TRACE_HANDLER();
     txTimer_.expiryIs(mrpSm_.clock().now() + txTick);
     mrpSm_.mrpTransmitTxAttributes();
 }
@@ -94,9 +95,10 @@ void MrpRegistrarSm::handleRegistrarEvent() {
     if (discarded) {
         discardJoin(event);
     }
-    if (record->applicantState() == MrpApplicantState::VO &&
-        record->registrarState() == MrpRegistrarState::MT) {
-        // Neither declared nor registered.
+    const bool neitherDeclaredNorRegistered = record->applicantState() == MrpApplicantState::VO &&
+                                              record->registrarState() == MrpRegistrarState::MT;
+    // An indication may have put another record in its place, which is not ours to delete.
+    if (neitherDeclaredNorRegistered && mrpSm_.mrpGetAttribute(false) == record) {
         mrpDeleteAttrFromLeavePending();
         mrpSm_.mrpDeleteAttrFromDatabase();
     }
@@ -120,6 +122,7 @@ void MrpRegistrarSm::discardJoin(const Event& event) {
 // --- The states. Each returns whether the application discarded a join. ---
 
 bool MrpRegistrarSm::handleInStateRegistrar(const Event& event) {
+    MRP_TRACE_HANDLER();
     switch (event.event) {
     case MrpRegistrarEvent::rxNew: {
         logJoin(event);
@@ -150,6 +153,7 @@ bool MrpRegistrarSm::handleInStateRegistrar(const Event& event) {
 }
 
 bool MrpRegistrarSm::handleLvStateRegistrar(const Event& event) {
+    MRP_TRACE_HANDLER();
     switch (event.event) {
     case MrpRegistrarEvent::rxNew: {
         mrpDeleteAttrFromLeavePending();
@@ -185,6 +189,7 @@ bool MrpRegistrarSm::handleLvStateRegistrar(const Event& event) {
 }
 
 bool MrpRegistrarSm::handleMtStateRegistrar(const Event& event) {
+    MRP_TRACE_HANDLER();
     switch (event.event) {
     case MrpRegistrarEvent::rxNew:
     case MrpRegistrarEvent::rxJoinIn:
@@ -286,7 +291,7 @@ void MrpRegistrarSm::logLv(const Event& event, const char* what) const {
 
 namespace {
 
-Ptr<MrpLeaveSm> leaveSmIn(const MrpRegistrarSm::LeaveSms& leaveSms, const MrpAttribute& attribute) {
+Ptr<MrpLeaveSm> find(const MrpRegistrarSm::LeaveSms& leaveSms, const MrpAttribute& attribute) {
     const auto found = leaveSms.find(attribute);
     return found != leaveSms.end() ? found->second : nullptr;
 }
@@ -312,11 +317,21 @@ void cancelAll(MrpRegistrarSm::LeaveSms& leaveSms, IntfId intfId) {
 }  // namespace
 
 Ptr<MrpLeaveSm> MrpRegistrarSm::leaveSmIs(const MrpAttribute& attribute) {
-    return leaveSm_[attribute] = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
+    Ptr<MrpLeaveSm> timer = find(leaveSm_, attribute);
+    if (!timer) {
+        timer = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
+        leaveSm_[attribute] = timer;
+    }
+    return timer;
 }
 
 Ptr<MrpLeaveSm> MrpRegistrarSm::explicitLeaveSmIs(const MrpAttribute& attribute) {
-    return explicitLeaveSm_[attribute] = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
+    Ptr<MrpLeaveSm> timer = find(explicitLeaveSm_, attribute);
+    if (!timer) {
+        timer = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
+        explicitLeaveSm_[attribute] = timer;
+    }
+    return timer;
 }
 
 Seconds MrpRegistrarSm::leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const {
@@ -330,10 +345,7 @@ void MrpRegistrarSm::mrpAddAttrToLeavePending() {
     const MrpAttribute attribute = mrpSm_.parseContext()->attribute();
     const bool isExplicit = registrarEvent_ == MrpRegistrarEvent::rxLv;
     const MrpAttribute timerKey = isExplicit ? attribute : sharedKey(attribute);
-    Ptr<MrpLeaveSm> timer = leaveSmIn(isExplicit ? explicitLeaveSm_ : leaveSm_, timerKey);
-    if (!timer) {
-        timer = isExplicit ? explicitLeaveSmIs(timerKey) : leaveSmIs(timerKey);
-    }
+    const Ptr<MrpLeaveSm> timer = isExplicit ? explicitLeaveSmIs(timerKey) : leaveSmIs(timerKey);
     if (timer->leavePending(attribute.key)) {
         return;
     }
@@ -344,7 +356,7 @@ void MrpRegistrarSm::mrpAddAttrToLeavePending() {
 void MrpRegistrarSm::mrpDeleteAttrFromLeavePending() {
     const MrpAttribute attribute = mrpSm_.parseContext()->attribute();
     for (const Ptr<MrpLeaveSm>& timer :
-         {leaveSmIn(leaveSm_, sharedKey(attribute)), leaveSmIn(explicitLeaveSm_, attribute)}) {
+         {find(leaveSm_, sharedKey(attribute)), find(explicitLeaveSm_, attribute)}) {
         if (timer && timer->leavePending(attribute.key)) {
             timer->leavePendingDel(attribute.key);
         }

@@ -46,6 +46,7 @@ class MrpRegistrarSm final : public RefCounted {
     void mrpCancelLeavePending(IntfId intfId);
 
     // The shared timers, and those of single attributes after a received Lv.
+    // `…Is` returns the timer of the attribute, made when it is missing.
     const LeaveSms& leaveSm() const { return leaveSm_; }
     Ptr<MrpLeaveSm> leaveSmIs(const MrpAttribute& attribute);
     void leaveSmDel(const MrpAttribute& attribute) { leaveSm_.erase(attribute); }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
@@ -113,6 +112,7 @@ void MrpIntfPamSm::processFrame(Pkt& pkt) {
     // Whatever way this is left, nothing of the frame stays behind.
     const ScopeGuard clear([this] {
         mrpSm_.dropParsed();
+        mrpSm_.recycledPktIs(false);
         MrpSm::futureProtocolVersionIs(false);
     });
     pkt.delSharedHeadData(ethHeaderSize);

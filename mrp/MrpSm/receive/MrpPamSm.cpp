@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"

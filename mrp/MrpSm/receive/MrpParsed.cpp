@@ -2,6 +2,7 @@
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/ScopeGuard.h"
 #include "platform/base/Text.h"
+#include "platform/time/Dispatch.h"
 
 // What a frame said is applied here, after it has been parsed to the end: a LeaveAll and a Join for
 // the same attribute in one frame then take effect in the right order.
@@ -37,7 +38,7 @@ void MrpSm::processParsedAttributes(IntfId intfId) {
         mrpProcessRxLeaveAll(intfId, type);
         if (leaveAllSm_->restart(intfId, type, period)) {
             MRP_TRACE(7, " txLeaveAll repunched now = "
-                             << clock().now() << " at = " << clock().now() + period
+                             << secondsText(clock().now()) << " at = " << clock().now() + period
                              << " for type = " << +type << " on intf = " << intfId.name());
         }
         mrpRxLeaveAllDel(type);
@@ -47,11 +48,11 @@ void MrpSm::processParsedAttributes(IntfId intfId) {
     // on.
     if (mrpLib_->application() == MrpApplication::msrp) {
         while (const auto key = msrpParsedDomainKey_.deq()) {
-            processParsedAttribute(*key, intfId);
+            dispatch([this, &key, intfId] { processParsedAttribute(*key, intfId); });
         }
     }
     while (const auto key = mrpParsedAttributeKey_.deq()) {
-        processParsedAttribute(*key, intfId);
+        dispatch([this, &key, intfId] { processParsedAttribute(*key, intfId); });
     }
 }
 
@@ -97,9 +98,11 @@ void MrpSm::mrpProcessRxLeaveAll(IntfId intfId, AttributeType attributeType) {
                                      MrpRegistrarEvent::rxJoinMt;
         registrarSm_->mrpSetRegistrarState(declared ? MrpRegistrarState::IN
                                                     : MrpRegistrarState::MT);
-        applicantSm_->applicantEventIs(MrpApplicantEvent::rxLvAll);
-        applicantSm_->handleApplicantEvent();
-        registrarSm_->mrpSetRegistrarState(before);
+        {
+            const ScopeGuard restore([&record, before] { record->registrarStateIs(before); });
+            applicantSm_->applicantEventIs(MrpApplicantEvent::rxLvAll);
+            applicantSm_->handleApplicantEvent();
+        }
         registrarSm_->registrarEventIs(MrpRegistrarEvent::rxLvAll);
         registrarSm_->handleRegistrarEvent();
     }

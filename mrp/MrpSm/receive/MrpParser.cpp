@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <type_traits>
 
 #include "mrp/MrpSm/root/MrpLogHandles.h"
 #include "mrp/MrpSm/root/MrpSm.h"
@@ -66,7 +67,7 @@ void MrpSm::parseMrpdu(Pkt& pkt) {
     }
     recycledPktIs(false);
     MRP_TRACE(8, "End of Mark/End of Packet reached, coming out \n"
-                     << "parse status = " << static_cast<unsigned>(status));
+                     << "parse status = " << status);
 }
 
 MrpParseStatus MrpSm::parseMessage(Pkt& pkt) {
@@ -233,6 +234,7 @@ MrpParseStatus MrpSm::countEmptyLeaveAll() {
 }
 
 MrpParseStatus MrpSm::packedBytesMissing(std::size_t wanted, std::size_t left) {
+    const MrpParseStatus status = cutShort();
     if (mrpErrorLog.enabled()) {
         mrpErrorLog.write(
             clock().now(),
@@ -240,7 +242,7 @@ MrpParseStatus MrpSm::packedBytesMissing(std::size_t wanted, std::size_t left) {
                 "Number of values %d does not match with the packet bytes %d received on %s",
                 {std::to_string(wanted), std::to_string(left), parseContext_->intfId().name()})});
     }
-    return cutShort();
+    return status;
 }
 
 MrpParseStatus MrpSm::parseThreePackedEvents(Pkt& pkt) {

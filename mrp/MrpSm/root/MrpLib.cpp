@@ -27,6 +27,10 @@ std::uint16_t MrpLib::getNativeVlanId(IntfId intfId) const {
                              : std::uint16_t{0};
 }
 
+bool MrpLib::active() const {
+    return mrpSm_ != nullptr && mrpSm_->active();
+}
+
 void MrpLib::mrpInterfaceEnable(IntfId intfId) {
     MRP_TRACE(8, "MrpLib::mrpInterfaceEnable( " << intfId.name());
     if (mrpSm_ != nullptr) {
@@ -47,7 +51,7 @@ void MrpLib::mrpInterfaceDisable(IntfId intfId) {
 }
 
 void MrpLib::mrpCleanUpIntfDatabase(IntfId intfId) {
-    if (mrpSm_ == nullptr || mrpSm_->standbyMode()) {
+    if (!active() || mrpSm_->standbyMode()) {
         return;
     }
     // An indication may disable the interface of the frame in hand: what is left of that frame
@@ -69,7 +73,7 @@ void MrpLib::mrpCleanUpIntfDatabase(IntfId intfId) {
 
 void MrpLib::mrpCleanUpIntfDatabaseAttribute(IntfId intfId, AttributeType attributeType,
                                              AttributeKey key) {
-    if (mrpSm_ == nullptr || mrpSm_->standbyMode()) {
+    if (!active() || mrpSm_->standbyMode()) {
         return;
     }
     const MrpApplicationDatabase* database = mrpSm_->applicationDatabase();

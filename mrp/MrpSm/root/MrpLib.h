@@ -51,7 +51,8 @@ class MrpLib : public RefCounted {
     std::uint16_t ethType() const { return ethType_; }
     void ethTypeIs(std::uint16_t ethType) { ethType_ = ethType; }
 
-    // The engine; null before it is made and after it has gone. Every entry below tests it.
+    // The engine; null before it is made and after it has gone. The agent's entries test it; the
+    // operations that the engine itself calls are for a live one only.
     MrpSm* mrpSm() const { return mrpSm_; }
     void mrpSmIs(MrpSm* mrpSm) { mrpSm_ = mrpSm; }
 
@@ -153,6 +154,8 @@ class MrpLib : public RefCounted {
     void mrpDeleteAttrOnDefaultStates();
 
   private:
+    // Whether there is an engine, and its protocol runs.
+    bool active() const;
     Ptr<MrpTxPacketContext> openPacketContext(const MrpParameters& parameters, IntfId intfId,
                                               bool second);
     void flushWhenFull(IntfId intfId, bool second);

@@ -68,12 +68,19 @@ MrpSm::MrpSm(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib, Ptr<MrpConfig
       ethPhyIntfStatusDir_(std::move(ethPhyIntfStatusDir)),
       entityManager_(std::move(entityManager)),
       standbyMode_(standbyMode) {
-    handleInitialized();
+    try {
+        handleInitialized();
+    } catch (...) {
+        mrpLib_->mrpSmIs(nullptr);
+        throw;
+    }
 }
 
 // Nothing is called while the engine goes: its reactors are silenced first.
 MrpSm::~MrpSm() {
-    mrpLib_->mrpSmIs(nullptr);
+    if (mrpLib_->mrpSm() == this) {
+        mrpLib_->mrpSmIs(nullptr);
+    }
     mrpPamSm_->silence();
     deviceIntfStatusDir_ = nullptr;
     intfStatusManagerRoot_ = nullptr;
@@ -138,7 +145,8 @@ void MrpSm::doInitializePamMan() {
 
 void MrpSm::handleStandbyMode() {
     MRP_TRACE_HANDLER();
-    if (!standbyMode_ && !parseContext_) {
+    // Once only: an active engine stays as it is.
+    if (!standbyMode_ && !active_) {
         becomeActive();
     }
 }
@@ -155,6 +163,7 @@ void MrpSm::becomeActive() {
     registrarSmIs(mrpConfig_, timerWheel_);
     leaveAllSm_ = makePtr<MrpLeaveAllSm>(*this, mrpConfig_, timerWheel_);
     maxAttrTypes_ = mrpMaxAttrTypes(mrpLib_->application());
+    active_ = true;
     // Last: the interfaces begin their LeaveAll here.
     if (mrpPamSm_->standbyMode() != standbyMode_) {
         mrpPamSm_->standbyModeIs(standbyMode_);

@@ -57,6 +57,10 @@ class MrpSm final : public RefCounted {
     bool standbyMode() const { return standbyMode_; }
     void standbyModeIs(bool standbyMode) { standbyMode_ = standbyMode; }
     void handleStandbyMode();
+    // Whether the protocol runs: everything of an active engine exists. Stays so once it is.
+    bool active() const { return active_; }
+    // The start-up, which the constructor ends in. A second call aborts.
+    void handleInitialized();
 
     const Bridging::Config& brConfig() const { return *brConfig_; }
     MrpLib* mrpLib() const { return mrpLib_; }
@@ -243,7 +247,6 @@ class MrpSm final : public RefCounted {
           Ptr<EntityManager> entityManager, bool standbyMode);
 
     // Root
-    void handleInitialized();
     void doInitializePamMan();
     void doInitializeCounters();
     void parseContextIs(const char* name);
@@ -304,6 +307,7 @@ class MrpSm final : public RefCounted {
     Ptr<MrpDatabaseDeleteSm> mrpDatabaseDeleteSm_;
     Ptr<MrpDatabaseAddSm> mrpDatabaseAddSm_;
     bool initialized_ = false;
+    bool active_ = false;
     Ptr<TimerWheel> timerWheel_;
 
     std::uint64_t databaseGeneration_ = 1;

@@ -24,11 +24,11 @@ std::span<const std::uint8_t> octetsOf(const Record& record, std::size_t size = 
 template <class Vector>
 const Vector& openVector(const MrpTxPacketContext& context) {
     static_assert(alignof(Vector) == 1);
-    return *reinterpret_cast<const Vector*>(context.at(*context.curVector()));
+    return *reinterpret_cast<const Vector*>(context.vector(sizeof(Vector)));
 }
 
 std::uint16_t openVectorValues(const MrpTxPacketContext& context) {
-    return mrpGetNumOfValues(context.at(*context.curVector()));
+    return mrpGetNumOfValues(context.vector(VectorHeader::size));
 }
 
 bool talkerInSequence(const MsrpTalkerAdvertiseAttribute& first,
@@ -43,7 +43,8 @@ bool talkerInSequence(const MsrpTalkerAdvertiseAttribute& first,
 
 std::size_t MrpLib::encodeVector(MrpTxPacketContext& context,
                                  std::span<const std::uint8_t> firstValue, std::uint8_t event) {
-    std::uint8_t* header = context.at(*context.curVector());
+    std::uint8_t* header = context.vector(VectorHeader::size + firstValue.size() +
+                                          (event == AttributeEvent::leaveAll ? 0 : 1));
     std::uint8_t* value = header + VectorHeader::size;
     std::uint8_t* packed = value + firstValue.size();
     if (event == AttributeEvent::leaveAll) {
@@ -76,8 +77,8 @@ std::size_t MrpLib::mrpEncodeTalkerFailedVector(MrpTxPacketContext& context,
     MRP_TRACE(8, " Talker Failed xxx in encode, sendTxLvAll= " << leaveAll);
     const std::size_t size = encodeVector(context, octetsOf(value), event);
     if (leaveAll && event != AttributeEvent::leaveAll) {
-        MRP_TRACE(
-            8, " Encoded to true. Vector header = " << readBe16(context.at(*context.curVector())));
+        MRP_TRACE(8, " Encoded to true. Vector header = "
+                         << readBe16(context.vector(VectorHeader::size)));
     }
     return size;
 }
@@ -90,7 +91,7 @@ std::size_t MrpLib::mrpEncodeListenerVector(MrpTxPacketContext& context,
     if (event == AttributeEvent::leaveAll) {
         return size;
     }
-    mrpEncodeFourPackedEvent(context.at(*context.curVector() + size), value.listenerEvent(), 1);
+    mrpEncodeFourPackedEvent(context.vector(size + 1) + size, value.listenerEvent(), 1);
     return size + 1;
 }
 
@@ -109,7 +110,7 @@ std::size_t MrpLib::mrpEncodeVlanVector(MrpTxPacketContext& context, const MvrpV
 bool MrpLib::mustOpenMessage(const MrpTxPacketContext& context, AttributeType attributeType,
                              std::uint8_t event) const {
     return !context.curMessage() || event == AttributeEvent::leaveAll ||
-           *context.at(*context.curMessage()) != attributeType;
+           *context.at(*context.curMessage(), 1) != attributeType;
 }
 
 template <class InSequence, class Encode, class Extend>
@@ -130,7 +131,7 @@ void MrpLib::sendMsrpVector(AttributeType attributeType, std::uint8_t event, Int
     } else {
         added = extend(context);
     }
-    std::uint8_t* listLength = context.at(*context.curMessage() + 2);
+    std::uint8_t* listLength = context.at(*context.curMessage() + 2, sizeof(std::uint16_t));
     MRP_TRACE(8, " Cur Attribute List Length encoded = " << readBe16(listLength)
                                                          << " Added bytes = " << added);
     writeBe16(listLength, static_cast<std::uint16_t>(readBe16(listLength) + added));

@@ -13,13 +13,18 @@ namespace {
 
 constexpr std::size_t listLengthOffset = 2;  // in an MSRP message header
 
+// The AttributeListLength of the MSRP message.
+std::uint8_t* listLength(const MrpTxPacketContext& context, std::size_t message) {
+    return context.at(message + listLengthOffset, sizeof(std::uint16_t));
+}
+
 // Where the open MSRP message's list ends.
 std::size_t msrpListEnd(const MrpTxPacketContext& context, std::size_t message) {
-    return message + sizeof(MsrpMessageHeader) + readBe16(context.at(message + listLengthOffset));
+    return message + sizeof(MsrpMessageHeader) + readBe16(listLength(context, message));
 }
 
 void writeEndMark(MrpTxPacketContext& context, std::size_t position) {
-    writeBe16(context.at(position), 0);
+    writeBe16(context.at(position, endMarkSize), 0);
 }
 
 void writeTypeAndLength(MrpTxPacketContext& context, AttributeType attributeType,
@@ -29,8 +34,9 @@ void writeTypeAndLength(MrpTxPacketContext& context, AttributeType attributeType
         MRP_TRACE(8, " Invalid Attribute " << +attributeType << " to be encoded");
         return;
     }
-    *context.at(message) = attributeType;
-    *context.at(message + 1) = mrpSizeOfAttribute(attributeType, application);
+    std::uint8_t* header = context.at(message, sizeof(MvrpMessageHeader));
+    header[0] = attributeType;
+    header[1] = mrpSizeOfAttribute(attributeType, application);
 }
 
 // Counts one more value, keeping the LeaveAll bit.
@@ -71,14 +77,14 @@ void mrpCreateNewMsrpHeader(MrpTxPacketContext& context, AttributeType attribute
     if (const auto open = context.curMessage()) {
         const std::size_t end = msrpListEnd(context, *open);
         writeEndMark(context, end);
-        std::uint8_t* listLength = context.at(*open + listLengthOffset);
-        writeBe16(listLength, static_cast<std::uint16_t>(readBe16(listLength) + endMarkSize));
+        std::uint8_t* length = listLength(context, *open);
+        writeBe16(length, static_cast<std::uint16_t>(readBe16(length) + endMarkSize));
         begin = end + endMarkSize;
     }
     context.curMessageIs(begin);
     context.curVectorIs(begin + sizeof(MsrpMessageHeader));
     writeTypeAndLength(context, attributeType, MrpApplication::msrp);
-    writeBe16(context.at(begin + listLengthOffset), 0);
+    writeBe16(listLength(context, begin), 0);
 }
 
 void mrpCreateNewMvrpHeader(MrpTxPacketContext& context, AttributeType attributeType) {
@@ -86,11 +92,11 @@ void mrpCreateNewMvrpHeader(MrpTxPacketContext& context, AttributeType attribute
     if (const auto open = context.curMessage()) {
         const std::size_t usedEnd = mvrpGetNumOfPackedBytes(context);
         const std::size_t end = *open + sizeof(MvrpMessageHeader) +
-                                mvrpGetSizeOfVector(context.at(*context.curVector()));
+                                mvrpGetSizeOfVector(context.vector(VectorHeader::size));
         writeEndMark(context, end);
         begin = end + endMarkSize;
         if (begin < usedEnd) {
-            std::memset(context.at(begin), 0, usedEnd - begin);
+            std::memset(context.at(begin, usedEnd - begin), 0, usedEnd - begin);
         }
     }
     context.curMessageIs(begin);
@@ -100,20 +106,22 @@ void mrpCreateNewMvrpHeader(MrpTxPacketContext& context, AttributeType attribute
 
 std::size_t mrpPackThreePackedEvent(MrpTxPacketContext& context, AttributeType attributeType,
                                     std::uint8_t event, MrpApplication application) {
-    std::uint8_t* header = context.at(*context.curVector());
-    const std::size_t values = mrpGetNumOfValues(header);
-    std::uint8_t* packed =
-        header + VectorHeader::size + mrpSizeOfAttribute(attributeType, application);
-    mrpEncodeThreePackedEvent(packed, event, values + 1);
+    const std::size_t values = mrpGetNumOfValues(context.vector(VectorHeader::size));
+    const std::size_t headSize =
+        VectorHeader::size + mrpSizeOfAttribute(attributeType, application);
+    std::uint8_t* header = context.vector(headSize + threePackedBytes(values + 1));
+    mrpEncodeThreePackedEvent(header + headSize, event, values + 1);
     incrementNumOfValues(header);
     return values % 3 == 0 ? 1 : 0;
 }
 
 std::size_t mrpPackThreeAndFourPackedEvent(MrpTxPacketContext& context, std::uint8_t event,
                                            MsrpListenerEvent listenerEvent) {
-    std::uint8_t* header = context.at(*context.curVector());
-    const std::size_t values = mrpGetNumOfValues(header);
-    std::uint8_t* threePacked = header + sizeof(MsrpListenerVector);
+    constexpr std::size_t headSize = sizeof(MsrpListenerVector);
+    const std::size_t values = mrpGetNumOfValues(context.vector(VectorHeader::size));
+    std::uint8_t* header =
+        context.vector(headSize + threePackedBytes(values + 1) + fourPackedBytes(values + 1));
+    std::uint8_t* threePacked = header + headSize;
     std::uint8_t* fourPacked = threePacked + threePackedBytes(values);
     mrpEncodeFourPackedEvent(fourPacked, listenerEvent, values + 1);
     std::size_t growth = values % 4 == 0 ? 1 : 0;
@@ -146,8 +154,9 @@ std::size_t msrpGetNumOfPackedBytes(const MrpTxPacketContext& context) {
 
 std::size_t mvrpGetNumOfPackedBytes(const MrpTxPacketContext& context) {
     const auto vector = context.curVector();
-    return vector && context.pkt()->bytes() > 0 ? *vector + mvrpGetSizeOfVector(context.at(*vector))
-                                                : 0;
+    return vector && context.pkt()->bytes() > 0
+               ? *vector + mvrpGetSizeOfVector(context.vector(VectorHeader::size))
+               : 0;
 }
 
 }  // namespace Mrp

@@ -44,7 +44,7 @@ void MrpLib::mrpTxSecondPacketContextDel(IntfId intfId) {
 // --- One event ---
 
 void MrpLib::mrpSendAttributeIntf(const MrpParameters& parameters, IntfId intfId, bool second) {
-    if (mrpSm_ == nullptr || mrpSm_->pamCollection()->pam(intfId) == nullptr) {
+    if (!active() || mrpSm_->pamCollection()->pam(intfId) == nullptr) {
         MRP_TRACE(8, " Tx is being Attempted before the PAM is enabled ");
         return;
     }
@@ -140,7 +140,7 @@ void MrpLib::mrpSendLeaveAll(AttributeType attributeType, IntfId intfId) {
 // --- Requests ---
 
 void MrpLib::mrpSendAttribute(const MrpParameters& parameters) {
-    if (mrpSm_ == nullptr || mrpSm_->parseContext() == nullptr) {
+    if (!active()) {
         mrpOutIntfQueueDelAll();  // a standby engine takes no requests
         return;
     }
@@ -148,6 +148,8 @@ void MrpLib::mrpSendAttribute(const MrpParameters& parameters) {
     MrpParseContext& context = *mrpSm_->parseContext();
     const ScopeGuard restore(
         [&context, before = context.attribute()] { context.attributeIs(before); });
+    // A request that fails does not leave its interfaces to the next one.
+    const ScopeGuard empty([this] { mrpOutIntfQueueDelAll(); });
     MRP_TRACE(8, "sendAttribute called");
     const Seconds leaveAllTime = mrpSm_->leaveAllSm()->getLeaveAllTime(parameters.intfId);
     while (!mrpOutIntfQueue_.empty()) {
@@ -204,7 +206,9 @@ void MrpLib::sendLeaveAllRequest(const MrpParameters& parameters, IntfId queued,
                                                             << "attrType = " << +type);
     mrpSendAttributeIntf(parameters, queued, false);
     mrpSm_->leaveAllTimeIs(queued, type, leaveAllTime);
-    if (const Ptr<MrpIntfLeaveAllSm> machine = mrpSm_->leaveAllSm()->intfLeaveAllSm(queued)) {
+    const bool known = type != 0 && type <= mrpSm_->maxAttrTypes();
+    const Ptr<MrpIntfLeaveAllSm> machine = mrpSm_->leaveAllSm()->intfLeaveAllSm(queued);
+    if (known && machine) {
         machine->leaveAllPendingIs(type).expiryTime = mrpSm_->clock().now() + leaveAllTime;
         machine->doScheduleLeaveAllTimer(leaveAllTime);
     }

@@ -32,14 +32,15 @@ void MrpSm::closePacket(MrpTxPacketContext& context) const {
     const MrpApplication application = mrpLib_->application();
     std::size_t end = mrpGetNumOfPackedBytes(context, application);
     if (const auto message = context.curMessage()) {
-        writeBe16(context.at(end), 0);
+        writeBe16(context.at(end, endMarkSize), 0);
         end += endMarkSize;
         if (application == MrpApplication::msrp) {
-            std::uint8_t* listLength = context.at(*message + listLengthOffset);
+            std::uint8_t* listLength =
+                context.at(*message + listLengthOffset, sizeof(std::uint16_t));
             writeBe16(listLength, static_cast<std::uint16_t>(readBe16(listLength) + endMarkSize));
         }
     }
-    writeBe16(context.at(end), 0);
+    writeBe16(context.at(end, endMarkSize), 0);
     end += endMarkSize;
     Pkt& pkt = *context.pkt();
     pkt.newSharedHeadData(ethHeaderSize + protocolVersionSize);
@@ -73,9 +74,11 @@ void MrpSm::mrpTransmitTxPacket(IntfId intfId, bool second) {
     }
     closePacket(*context);
     mrpLib_->lastTxIntfIs(intfId);
-    mrpCounters_->numOfPktsTransmittedInc(1);
+    if (mrpCounters_) {  // a standby engine may still have had a packet to flush
+        mrpCounters_->numOfPktsTransmittedInc(1);
+    }
     MRP_TRACE(8, "A pkt is sent on :" << intfId.name());
-    deleteContext();
+    deleteContext();  // first, so that whatever the send does finds the packet gone
     pam->txPkt(context->pkt());
 }
 

@@ -6,6 +6,7 @@
 
 #include "mrp/MrpSm/types/MrpEnums.h"
 #include "mrp/MrpSm/types/PlatformNames.h"
+#include "platform/base/Assert.h"
 #include "platform/base/IntfId.h"
 #include "platform/packet/Pkt.h"
 
@@ -21,7 +22,11 @@ class MrpTxPacketContext final : public RefCounted {
 
     IntfId intfId() const { return intfId_; }
     const Ptr<Pkt>& pkt() const { return pkt_; }
-    std::uint8_t* at(std::size_t position) const { return pkt_->data() + position; }
+    // The octets at the position, of which that many are about to be read or written.
+    std::uint8_t* at(std::size_t position, std::size_t octets) const {
+        require(position + octets <= pkt_->bytes(), "the packet has room for what is written");
+        return pkt_->data() + position;
+    }
 
     // Where the open message's header begins; none while no message is open.
     std::optional<std::size_t> curMessage() const { return curMessage_; }
@@ -29,6 +34,11 @@ class MrpTxPacketContext final : public RefCounted {
     // Where the open vector's header begins.
     std::optional<std::size_t> curVector() const { return curVector_; }
     void curVectorIs(std::size_t position) { curVector_ = position; }
+    // The octets of the open vector, from its header on; that one is open the caller knows.
+    std::uint8_t* vector(std::size_t octets) const {
+        require(curVector_.has_value(), "a vector is open");
+        return at(*curVector_, octets);
+    }
     // The type of the last event appended; 0 before the first.
     AttributeType lastAttributeType() const { return lastAttributeType_; }
     void lastAttributeTypeIs(AttributeType type) { lastAttributeType_ = type; }

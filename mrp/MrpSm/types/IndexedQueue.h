@@ -23,8 +23,8 @@ class IndexedQueue {
     Index headIndex() const { return entries_.empty() ? nextIndex_ : entries_.front().first; }
 
     // Adds at the tail, with the next free index or one more than the tail's, whichever is higher.
-    // An empty queue starts again at 0 when the indices have run out; one that is not throws
-    // std::range_error.
+    // An empty queue that has used up half of the indices starts again at 0; one that runs out of
+    // them throws std::range_error.
     Index enq(T value) {
         Index index = nextIndex_;
         if (!entries_.empty()) {
@@ -33,7 +33,7 @@ class IndexedQueue {
                 throw std::range_error("linkqueue index space full");
             }
             index = std::max(index, tail + 1);
-        } else if (index == UINT32_MAX) {
+        } else if (index > UINT32_MAX / 2) {
             index = 0;
         }
         nextIndex_ = index + 1;

@@ -44,7 +44,8 @@ class MrpIntfApplicant final : public Entity {
 
 // The committed database of one application, by interface; and the LeaveAll times, by interface and
 // type. A LeaveAll time holds what its writer says: a period where a timer was started here, the
-// absolute expiry where it was restarted by a neighbour's LeaveAll or by the agent's request.
+// absolute expiry where it was restarted by a neighbour's LeaveAll or by
+// MrpPamSm::transmitAllLeaveAll.
 class MrpApplicationDatabase final : public Entity {
   public:
     struct LeaveAllKey {

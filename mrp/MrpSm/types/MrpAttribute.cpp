@@ -3,9 +3,12 @@
 #include <ostream>
 
 #include "mrp/MrpSm/types/MrpParameters.h"
+#include "platform/base/Environment.h"
 #include "platform/base/Text.h"
 
 namespace Mrp {
+
+const std::uint64_t attributeHashSeed = hashSeed();
 
 std::ostream& operator<<(std::ostream& out, const MrpAttribute& attribute) {
     return out << "(" << attribute.intfId.name() << ", " << +attribute.attributeType << ", 0x"

@@ -16,10 +16,16 @@ namespace Mrp {
 // Listener), the SR class ID (Domain) or the VLAN ID.
 using AttributeKey = std::uint64_t;
 
+// Set once when the library is loaded. Neighbours choose keys, so where a key falls in a hash table
+// must not be theirs to compute.
+extern const std::uint64_t attributeHashSeed;
+
 // A 64-bit number spread over all bits of a hash.
-constexpr std::size_t mixBits(std::uint64_t number) {
-    number *= 0x9e3779b97f4a7c15ULL;
-    return static_cast<std::size_t>(number ^ number >> 32U);
+inline std::size_t mixBits(std::uint64_t number) {
+    number ^= attributeHashSeed;
+    number = (number ^ number >> 33U) * 0xff51afd7ed558ccdULL;
+    number = (number ^ number >> 33U) * 0xc4ceb9fe1a85ec53ULL;
+    return static_cast<std::size_t>(number ^ number >> 33U);
 }
 
 // The full identity of one attribute of an application.

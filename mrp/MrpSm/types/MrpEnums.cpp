@@ -47,15 +47,15 @@ static_assert(static_cast<std::size_t>(MrpRegistrarEvent::none) + 1 == registrar
               registrarEventNames[static_cast<std::size_t>(MrpRegistrarEvent::leaveTimer)] ==
                   "leavetimer!");
 
-constexpr Names<10> unnamed{"?0", "?1", "?2", "?3", "?4", "?5", "?6", "?7", "?8", "?9"};
-
 template <std::size_t N, class Enum>
 std::string_view nameIn(const Names<N>& names, Enum value) {
     const auto index = static_cast<std::size_t>(value);
-    if (index < N) {
-        return names[index];
-    }
-    return index < unnamed.size() ? unnamed[index] : std::string_view("?");
+    return index < N ? names[index] : std::string_view("?");
+}
+
+template <class Enum, std::size_t N>
+std::optional<Enum> instance(const Names<N>&, unsigned number) {
+    return number < N ? std::optional<Enum>(static_cast<Enum>(number)) : std::nullopt;
 }
 
 template <class Enum, std::size_t N>
@@ -65,12 +65,10 @@ std::optional<Enum> instance(const Names<N>& names, std::string_view text) {
             return static_cast<Enum>(i);
         }
     }
-    std::size_t number = 0;
+    unsigned number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error == std::errc{} && end == text.data() + text.size() && number < N) {
-        return static_cast<Enum>(number);
-    }
-    return std::nullopt;
+    const bool whole = error == std::errc{} && end == text.data() + text.size();
+    return whole ? instance<Enum>(names, number) : std::nullopt;
 }
 
 template <class Enum, std::size_t N>
@@ -113,12 +111,27 @@ std::string_view stringValue(MrpParseStatus status) {
 }
 
 std::string_view attributeTypeName(AttributeType type, MrpApplication application) {
-    return application == MrpApplication::mvrp ? stringValue(static_cast<MvrpAttrType>(type))
-                                               : stringValue(static_cast<MsrpAttrType>(type));
+    switch (application) {
+    case MrpApplication::msrp:
+        return stringValue(static_cast<MsrpAttrType>(type));
+    case MrpApplication::mvrp:
+        return stringValue(static_cast<MvrpAttrType>(type));
+    default:
+        return "?";
+    }
 }
 
 std::optional<MsrpAttrType> MsrpAttrTypeInstance(std::string_view text) {
     return instance<MsrpAttrType>(msrpAttrTypeNames, text);
+}
+std::optional<MsrpAttrType> MsrpAttrTypeInstance(unsigned number) {
+    return instance<MsrpAttrType>(msrpAttrTypeNames, number);
+}
+std::optional<MvrpAttrType> MvrpAttrTypeInstance(unsigned number) {
+    return instance<MvrpAttrType>(mvrpAttrTypeNames, number);
+}
+std::optional<MsrpListenerEvent> MsrpListenerEventInstance(unsigned number) {
+    return instance<MsrpListenerEvent>(listenerEventNames, number);
 }
 std::optional<MvrpAttrType> MvrpAttrTypeInstance(std::string_view text) {
     return instance<MvrpAttrType>(mvrpAttrTypeNames, text);

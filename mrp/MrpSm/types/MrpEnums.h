@@ -104,7 +104,8 @@ enum class MrpParseStatus : std::uint8_t {
 };
 
 // The enumerators' names, as logs and traces print them: "talkerAdvertise", "ready", "QA", "IN",
-// "rJoinIn!". A value that is none of the type's prints as its number.
+// "rJoinIn!". A value that is none of the type's has the name "?"; streamed, it prints as its
+// number.
 std::string_view stringValue(MsrpAttrType type);
 std::string_view stringValue(MvrpAttrType type);
 std::string_view stringValue(MsrpListenerEvent event);
@@ -120,8 +121,11 @@ std::string_view attributeTypeName(AttributeType type, MrpApplication applicatio
 
 // A number or an enumerator's name turned into the enumerator; nothing for any other text.
 std::optional<MsrpAttrType> MsrpAttrTypeInstance(std::string_view text);
+std::optional<MsrpAttrType> MsrpAttrTypeInstance(unsigned number);
 std::optional<MvrpAttrType> MvrpAttrTypeInstance(std::string_view text);
+std::optional<MvrpAttrType> MvrpAttrTypeInstance(unsigned number);
 std::optional<MsrpListenerEvent> MsrpListenerEventInstance(std::string_view text);
+std::optional<MsrpListenerEvent> MsrpListenerEventInstance(unsigned number);
 std::optional<MrpApplicantState> MrpApplicantStateInstance(std::string_view text);
 std::optional<MrpRegistrarState> MrpRegistrarStateInstance(std::string_view text);
 

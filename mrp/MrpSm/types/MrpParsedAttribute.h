@@ -51,7 +51,7 @@ class MrpParsedAttribute {
 template <>
 struct std::hash<Mrp::MrpParsedAttributeKey> {
     std::size_t operator()(const Mrp::MrpParsedAttributeKey& key) const noexcept {
-        return Mrp::mixBits(key.attributeKey ^ static_cast<std::uint64_t>(key.attributeType)
-                                                   << 56U);
+        // The same stream may come under several types: those go to different places too.
+        return Mrp::mixBits(key.attributeKey + key.attributeType * 0x9e3779b97f4a7c15ULL);
     }
 };

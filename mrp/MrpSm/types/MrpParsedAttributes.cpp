@@ -36,9 +36,10 @@ MrpParsedAttribute& MrpParsedAttributes::attributeIs(const MrpParsedAttributeKey
         grow();
         at = slotOf(key);
     }
-    index_[at] = {generation_, static_cast<std::uint32_t>(attributes_.size())};
+    MrpParsedAttribute& attribute = attributes_.emplace_back(key);
+    index_[at] = {generation_, static_cast<std::uint32_t>(attributes_.size() - 1)};
     ++live_;
-    return attributes_.emplace_back(key);
+    return attribute;
 }
 
 void MrpParsedAttributes::attributeDel(const MrpParsedAttributeKey& key) {

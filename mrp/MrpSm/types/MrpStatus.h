@@ -9,7 +9,8 @@
 namespace Mrp {
 
 // What an engine publishes: its application, and the application's database. Outlives the engine,
-// so that a standby engine can start from it.
+// so that a standby engine can start from it. While an engine is active only it writes the
+// database.
 class MrpStatus final : public Entity {
   public:
     using Entity::Entity;

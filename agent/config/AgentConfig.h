@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent/instance/MrpInstance.h"
+#include "mrp/MrpSm/types/MrpAttribute.h"
+#include "mrp/MrpSm/types/MrpConfig.h"
+#include "platform/base/EthAddr.h"
+#include "platform/base/Seconds.h"
+
+namespace MrpAgent {
+
+// One attribute that the agent declares, on each of the interfaces.
+struct Declaration {
+    Mrp::MrpApplication application = Mrp::MrpApplication::none;
+    Mrp::AttributeType attributeType = 0;
+    Mrp::AttributeKey key = 0;
+    std::vector<std::uint8_t> value;  // the octets of the value record
+    bool newEvent = false;            // announce as New (IEEE 802.1Q clause 10.2) in place of Join
+    std::vector<std::string> interfaces;
+
+    bool operator==(const Declaration&) const = default;
+};
+
+// What the agent is told to do. The defaults of the times are the standard's (clause 10.7.11).
+struct AgentConfig {
+    struct Timers {
+        Platform::Seconds leaveTime = 0.6;
+        Platform::Seconds leaveAllTime = 10;
+        Platform::Seconds txLeaveAllExpiryTime = 0.6;
+    };
+    // What one interface has in place of the times above.
+    struct IntfTimers {
+        std::optional<Platform::Seconds> leaveTime;
+        std::optional<Platform::Seconds> leaveAllTime;
+    };
+
+    std::vector<Mrp::MrpApplication> applications{Mrp::MrpApplication::mvrp,
+                                                  Mrp::MrpApplication::msrp};
+    std::vector<std::string> interfaces;
+    // The address of the first interface when nothing is said.
+    std::optional<Platform::EthAddr> bridgeMacAddr;
+    bool mrpFlooding = false;
+    Timers timers;
+    std::map<std::string, IntfTimers> intfTimers;
+    std::vector<Declaration> declarations;
+};
+
+// The engine's configuration entity for one application.
+Platform::Ptr<Mrp::MrpConfig> mrpConfigOf(const AgentConfig& config);
+
+// Declares or withdraws the attribute on its interfaces. False when the instance refuses it.
+bool declare(MrpInstance& instance, const Declaration& declaration);
+bool withdraw(MrpInstance& instance, const Declaration& declaration);
+
+}  // namespace MrpAgent

@@ -1,0 +1,138 @@
+#include "agent/config/ConfigReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "agent/config/ConfigTable.h"
+#include "agent/config/DeclarationReader.h"
+
+namespace MrpAgent {
+
+using namespace Platform;
+using namespace Mrp;
+
+namespace {
+
+void readApplications(ConfigTable& root, AgentConfig& config) {
+    const std::string expected = "a list of \"mvrp\" and \"msrp\"";
+    const auto names = root.texts("applications", expected, Presence::optional);
+    if (!names) {
+        return;
+    }
+    std::vector<MrpApplication> applications;
+    for (const auto& [name, line] : *names) {
+        if (name == stringValue(MrpApplication::mvrp)) {
+            applications.push_back(MrpApplication::mvrp);
+        } else if (name == stringValue(MrpApplication::msrp)) {
+            applications.push_back(MrpApplication::msrp);
+        } else {
+            root.errorIs(line, "applications", "expected " + expected);
+            return;  // what is declared is judged by the defaults
+        }
+    }
+    config.applications = applications;
+}
+
+void readInterfaces(ConfigTable& root, AgentConfig& config) {
+    const auto names =
+        root.texts("interfaces", "a list of interface names, each once", Presence::required);
+    for (const auto& [name, line] : names.value_or(std::vector<LocatedText>{})) {
+        config.interfaces.push_back(name);
+    }
+}
+
+void readBridgeMacAddr(ConfigTable& root, AgentConfig& config) {
+    constexpr std::uint8_t groupBit = 1;
+    const auto addr = root.address("bridgeMacAddr", Presence::optional);
+    if (addr && (addr->number() == 0 || (addr->octets()[0] & groupBit) != 0)) {
+        root.errorIs(root.lineOf("bridgeMacAddr"), "bridgeMacAddr",
+                     "expected the address of a station, not a group address and not zero");
+        return;
+    }
+    config.bridgeMacAddr = addr;
+}
+
+void readIntfTimers(ConfigTable& timers, AgentConfig& config) {
+    auto interfaces = timers.table("interfaces");
+    if (!interfaces) {
+        return;
+    }
+    for (const std::string& name : interfaces->keys()) {
+        auto table = interfaces->table(name);
+        if (!table) {
+            continue;
+        }
+        const auto& known = config.interfaces;
+        if (!known.empty() && std::find(known.begin(), known.end(), name) == known.end()) {
+            interfaces->errorIs(table->line(), name, "expected the name of one of the interfaces");
+        }
+        config.intfTimers[name] = {table->seconds("leaveTime"), table->seconds("leaveAllTime")};
+        table->finish();
+    }
+}
+
+void readTimers(ConfigTable& root, AgentConfig& config) {
+    auto table = root.table("timers");
+    if (!table) {
+        return;
+    }
+    AgentConfig::Timers& timers = config.timers;
+    timers.leaveTime = table->seconds("leaveTime").value_or(timers.leaveTime);
+    timers.leaveAllTime = table->seconds("leaveAllTime").value_or(timers.leaveAllTime);
+    timers.txLeaveAllExpiryTime =
+        table->seconds("txLeaveAllExpiryTime").value_or(timers.txLeaveAllExpiryTime);
+    readIntfTimers(*table, config);
+    table->finish();
+}
+
+AgentConfig readRoot(const toml::table& document, ConfigErrors& errors) {
+    constexpr std::size_t firstLine = 1;
+    AgentConfig config;
+    ConfigTable root(document, "", firstLine, errors);
+    readApplications(root, config);
+    readInterfaces(root, config);
+    readBridgeMacAddr(root, config);
+    config.mrpFlooding = root.flag("mrpFlooding").value_or(false);
+    readTimers(root, config);
+    DeclarationReader(root, config).read();
+    root.finish();
+    return config;
+}
+
+}  // namespace
+
+ConfigResult readConfig(std::string_view text, const std::string& fileName) {
+    ConfigErrors errors(fileName);
+    ConfigResult result;
+    try {
+        const toml::table document = toml::parse(text, fileName);
+        result.config = readRoot(document, errors);
+    } catch (const toml::parse_error& error) {
+        errors.add(error.source().begin.line, "",
+                   "expected TOML: " + std::string(error.description()));
+    }
+    result.errors = errors.texts();
+    return result;
+}
+
+ConfigResult readConfigFile(const std::string& fileName) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(fileName.c_str(), "rb"),
+                                                               std::fclose);
+    std::string text;
+    std::array<char, 4096> block;
+    std::size_t octets = 0;
+    while (file && (octets = std::fread(block.data(), 1, block.size(), file.get())) > 0) {
+        text.append(block.data(), octets);
+    }
+    // A directory opens like a file and fails at the first read.
+    if (!file || std::ferror(file.get()) != 0) {
+        return {{}, {fileName + ": cannot be read: " + std::strerror(errno)}};
+    }
+    return readConfig(text, fileName);
+}
+
+}  // namespace MrpAgent

@@ -1,0 +1,111 @@
+// mrp-agent: runs MRP applications on the interfaces of a Linux network namespace, in the
+// foreground. docs/mrp-agent.md is its manual.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "agent/config/ConfigReader.h"
+#include "agent/process/Agent.h"
+#include "agent/process/OutputQueue.h"
+#include "platform/log/Trace.h"
+
+namespace {
+
+using namespace MrpAgent;
+
+enum ExitStatus { ended = 0, cannotRun = 1, wrongUse = 2 };
+
+struct Options {
+    std::string configFile;
+    bool check = false;
+    std::string trace;
+};
+
+// A descriptor that the caller closed would be given to a socket, and output go into it.
+void openStandardDescriptors() {
+    for (int fd = ::open("/dev/null", O_RDWR); fd >= 0; fd = ::open("/dev/null", O_RDWR)) {
+        if (fd > STDERR_FILENO) {
+            ::close(fd);
+            return;
+        }
+    }
+}
+
+void tell(const std::vector<std::string>& lines, const char* prefix) {
+    for (const std::string& line : lines) {
+        std::fprintf(stderr, "%s%s\n", prefix, line.c_str());
+    }
+}
+
+int check(const Options& options) {
+    const bool told = std::printf("%s: ok\n", options.configFile.c_str()) >= 0;
+    return told && std::fflush(stdout) == 0 ? ended : cannotRun;
+}
+
+int run(const AgentConfig& config) {
+    Platform::Linux::EpollActivityManager activityManager;
+    OutputQueue standardOutput(STDOUT_FILENO, activityManager);
+    Agent agent(activityManager, config);
+    // Before anything starts: until then these signals would end the process in the midst of it.
+    activityManager.signalIs(SIGINT, [&] { activityManager.stop(); });
+    activityManager.signalIs(SIGTERM, [&] { activityManager.stop(); });
+    activityManager.signalIs(SIGUSR1, [&] { standardOutput.lineIs(jsonLine(agent.status())); });
+    if (const auto errors = agent.start(); !errors.empty()) {
+        tell(errors, "mrp-agent: ");
+        return cannotRun;
+    }
+    tell({"mrp-agent: running"}, "");
+    activityManager.run();
+    agent.stop();
+    return ended;
+}
+
+int runProgram(const Options& options) {
+    if (!Platform::setTraceLevels(options.trace)) {
+        tell({"--trace: expected NAME/LEVEL with a level from 0 to 9, or a list of these with "
+              "commas between them"},
+             "mrp-agent: ");
+        return wrongUse;
+    }
+    const ConfigResult read = readConfigFile(options.configFile);
+    if (!read.errors.empty()) {
+        tell(read.errors, "");
+        return wrongUse;
+    }
+    return options.check ? check(options) : run(read.config);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    openStandardDescriptors();
+    std::signal(SIGPIPE, SIG_IGN);
+    Options options;
+    CLI::App app{"Runs MRP applications (MVRP, MSRP) on Ethernet interfaces, until SIGINT or "
+                 "SIGTERM.\nSIGUSR1 prints the attributes and the counters as a line of JSON.",
+                 "mrp-agent"};
+    app.add_option("--config", options.configFile, "The configuration, a TOML file")
+        ->required()
+        ->type_name("FILE");
+    app.add_flag("--check", options.check, "Only read the configuration");
+    app.add_option("--trace", options.trace, "Trace levels, such as MrpSm/8 or '*/2'")
+        ->type_name("NAME/LEVEL");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? ended : wrongUse;
+    }
+    try {
+        return runProgram(options);
+    } catch (const std::exception& error) {
+        tell({error.what()}, "mrp-agent: ");
+        return cannotRun;
+    }
+}

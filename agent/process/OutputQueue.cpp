@@ -1,0 +1,68 @@
+#include "agent/process/OutputQueue.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+namespace MrpAgent {
+
+using namespace Platform;
+
+namespace {
+
+constexpr Seconds retryAfter = 0.01;
+
+void lost(const char* why) {
+    std::fprintf(stderr, "mrp-agent: standard output: %s; output is lost\n", why);
+}
+
+// Whether PIPE_BUF octets can be written now, or an error can be fetched by writing. The descriptor
+// is not made non-blocking, because others may share it.
+bool writable(int fd) {
+    pollfd request{fd, POLLOUT, 0};
+    return ::poll(&request, 1, 0) > 0;
+}
+
+}  // namespace
+
+OutputQueue::OutputQueue(int fd, ActivityManager& activityManager)
+    : fd_(fd), retry_(activityManager.clock(), [this] { flush(); }) {}
+
+void OutputQueue::lineIs(const std::string& line) {
+    if (pending() > limit) {
+        lost("its reader is too slow");
+        return;
+    }
+    waiting_ += line;
+    waiting_ += '\n';
+    flush();
+}
+
+void OutputQueue::flush() {
+    while (pending() > 0 && writable(fd_)) {
+        const std::size_t octets = std::min<std::size_t>(pending(), PIPE_BUF);
+        const ssize_t count = ::write(fd_, waiting_.data() + written_, octets);
+        if (count >= 0) {
+            written_ += static_cast<std::size_t>(count);
+        } else if (errno != EINTR && errno != EAGAIN) {
+            lost(std::strerror(errno));
+            written_ = waiting_.size();
+        } else {
+            break;
+        }
+    }
+    if (pending() == 0) {
+        waiting_.clear();
+        written_ = 0;
+        retry_.expiryIs(never);
+    } else {
+        retry_.expiryIs(retry_.clock().now() + retryAfter);
+    }
+}
+
+}  // namespace MrpAgent

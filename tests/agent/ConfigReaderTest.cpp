@@ -1,0 +1,151 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "agent/config/ConfigReader.h"
+#include "agent/status/StatusJson.h"
+#include "platform/base/Text.h"
+
+namespace MrpAgent {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const std::string head = "interfaces = [\"eth1\", \"eth2\"]\n";
+
+std::vector<std::string> errorsOf(const std::string& text) {
+    return readConfig(text, "agent.toml").errors;
+}
+
+TEST(ConfigReader, everyErrorNamesFileLineKeyAndExpectation) {
+    EXPECT_THAT(
+        errorsOf("applications = [\"mvrp\", \"mzrp\"]\n"
+                 "mrpFloodng = true\n"
+                 "bridgeMacAddr = \"01:00:00:00:00:aa\"\n"
+                 "[timers]\n"
+                 "leaveTime = 0\n"
+                 "leaveAllTime = nan\n"
+                 "[timers.interfaces]\n"
+                 "eth1.leaveTime = \"1\"\n"
+                 "[[listener]]\n"
+                 "event = \"ignore\"\n"),
+        ElementsAre(
+            "agent.toml:1: applications: expected a list of \"mvrp\" and \"msrp\"",
+            "agent.toml:1: interfaces: expected a list of interface names, each once, found "
+            "nothing",
+            HasSubstr("agent.toml:2: mrpFloodng: unknown key, expected one of: applications,"),
+            "agent.toml:3: bridgeMacAddr: expected the address of a station, not a group address "
+            "and not zero",
+            "agent.toml:5: timers.leaveTime: expected a number of seconds > 0",
+            "agent.toml:6: timers.leaveAllTime: expected a number of seconds > 0",
+            "agent.toml:8: timers.interfaces.eth1.leaveTime: expected a number of seconds > 0",
+            "agent.toml:9: listener.streamId: expected eight octets like "
+            "\"02:00:00:00:00:aa:00:01\", or a whole number >= 0, found nothing",
+            "agent.toml:10: listener.event: expected \"ready\", \"readyFailed\" or "
+            "\"askingFailed\""));
+}
+
+TEST(ConfigReader, aValueIsCheckedByItself) {
+    const std::string talker = head + "[[talkerAdvertise]]\nstreamId = 1\n"
+                                      "dmac = \"91:e0:f0:00:fe:01\"\nvlanId = 2\n"
+                                      "maxFrameSize = 224\nmaxIntervalFrames = 1\npriority = 3\n";
+    ASSERT_THAT(errorsOf(talker), ElementsAre());
+    const std::pair<std::string, std::string> faults[] = {
+        {"rank = 2", ":9: talkerAdvertise.rank: expected a whole number from 0 to 1"},
+        {"accumulatedLatency = 4294967296", ":9: talkerAdvertise.accumulatedLatency: expected"},
+        {"interfaces = [\"eth3\"]", ":9: talkerAdvertise.interfaces: expected a list of names out"},
+        {"interfaces = []", ":9: talkerAdvertise.interfaces: expected"},
+        {"new = 1", ":9: talkerAdvertise.new: expected true or false"},
+        {"speed = 1", ":9: talkerAdvertise.speed: unknown key"},
+        {"[[listener]]\nstreamId = \"02:00:00:00:00:aa:00\"\nevent = \"ready\"",
+         ":10: listener.streamId: expected eight octets"},
+        {"[[domain]]\nsrClassId = 256\nsrClassPriority = 3\nsrClassVID = 2",
+         ":10: domain.srClassId: expected a whole number from 0 to 255"},
+        {"[[domain]]\nsrClassId = 6\nsrClassPriority = 3\nsrClassVID = 4095",
+         ":12: domain.srClassVID"},
+        {"[domain]\nsrClassId = 6", ":9: domain: expected an array of tables ([[domain]])"},
+        {"[timers.interfaces.eth9]", ":9: timers.interfaces.eth9: expected the name of one of"},
+        {"vlanId = 3", ":9: expected TOML: "},
+        {"[[vlans]]\nids = 5\n[[vlans]]\nids = \"1-9\"\ninterfaces = [\"eth2\"]",
+         ":11: vlans: expected an attribute that is not declared before on \"eth2\""},
+    };
+    for (const auto& [text, expected] : faults) {
+        EXPECT_THAT(errorsOf(talker + text + "\n"), ElementsAre(HasSubstr("agent.toml" + expected)))
+            << text;
+    }
+    EXPECT_THAT(
+        errorsOf("applications = [\"mvrp\"]\n" + talker),
+        ElementsAre("agent.toml:3: talkerAdvertise: expected \"msrp\" among the applications"));
+    EXPECT_THAT(readConfigFile("/nowhere/agent.toml").errors,
+                ElementsAre("/nowhere/agent.toml: cannot be read: No such file or directory"));
+}
+
+TEST(ConfigReader, readsVlansAndRanges) {
+    const auto vlansOf = [](const std::string& ids) {
+        std::vector<Mrp::AttributeKey> keys;
+        const auto result = readConfig(head + "[[vlans]]\nids = " + ids + "\n", "agent.toml");
+        for (const Declaration& declaration : result.config.declarations) {
+            keys.push_back(result.errors.empty() ? declaration.key : 0);
+        }
+        return keys;
+    };
+    EXPECT_THAT(vlansOf("[\"9-11\", 4094, 10, \"1\"]"), ElementsAre(1, 9, 10, 11, 4094));
+    EXPECT_THAT(vlansOf("7"), ElementsAre(7));
+    EXPECT_EQ(vlansOf("\"1-4094\"").size(), 4094U);
+    for (const std::string wrong : {"0", "4095", "-1", "\"9-8\"", "\"9-\"", "\"-9\"", "\"0-9\"",
+                                    "\"1-2-3\"", "\" 1\"", "1.5", "true", "[]", "[[1]]"}) {
+        EXPECT_THAT(
+            errorsOf(head + "[[vlans]]\nids = " + wrong + "\n"),
+            ElementsAre(HasSubstr("agent.toml:3: vlans.ids: expected VLANs from 1 to 4094")))
+            << wrong;
+    }
+}
+
+TEST(ConfigReader, readsTheExampleWithAllItsFields) {
+    const auto [config, errors] = readConfigFile(EXAMPLE_CONFIG);
+    ASSERT_THAT(errors, ElementsAre());
+    EXPECT_EQ(config.bridgeMacAddr->stringValue(), "02:00:00:00:00:aa");
+    const auto mrpConfig = mrpConfigOf(config);
+    EXPECT_EQ(mrpConfig->leaveAllTime(), 10);
+    EXPECT_EQ(mrpConfig->intfLeaveTime().at(Platform::IntfId("eth2")), 1);
+    EXPECT_EQ(mrpConfig->intfLeaveAllTime().size(), 1U);
+
+    std::vector<std::string> msrp;
+    for (const Declaration& declaration : config.declarations) {
+        if (declaration.application == Mrp::MrpApplication::msrp) {
+            msrp.push_back(Platform::hexBytes(declaration.value));
+        }
+        const bool vlan200 =
+            declaration.application == Mrp::MrpApplication::mvrp && declaration.key == 200;
+        EXPECT_EQ(declaration.newEvent, vlan200);
+    }
+    EXPECT_THAT(msrp, ElementsAre("0200000000aa0001"
+                                  "91e0f000fe01"
+                                  "0002"
+                                  "00e0"
+                                  "0001"
+                                  "70"
+                                  "0001e848",
+                                  "0200000000aa0002"
+                                  "91e0f000fe02"
+                                  "0002"
+                                  "03e8"
+                                  "0008"
+                                  "70"
+                                  "00000000"
+                                  "80000200000000aa"
+                                  "01",
+                                  "0200000000bb0001"
+                                  "02000000",
+                                  "06"
+                                  "03"
+                                  "0002"));
+    EXPECT_THAT(config.declarations.back().interfaces, ElementsAre("eth1", "eth2"));
+    EXPECT_THAT(config.declarations[12].interfaces, ElementsAre("eth2"));
+}
+
+}  // namespace
+}  // namespace MrpAgent

@@ -1,0 +1,110 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "agent/process/OutputQueue.h"
+#include "platform/virtual/VirtualActivityManager.h"
+
+namespace MrpAgent {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// What a command prints, both streams, and its exit status behind it.
+std::string outputOf(const std::string& command) {
+    std::FILE* pipe = ::popen((command + " 2>&1; echo status $?").c_str(), "r");
+    std::string output;
+    std::array<char, 256> block{};
+    while (std::fgets(block.data(), block.size(), pipe) != nullptr) {
+        output += block.data();
+    }
+    ::pclose(pipe);
+    return output;
+}
+
+std::string fileOf(const std::string& name, const std::string& text) {
+    const std::string fileName = testing::TempDir() + "mrp-agent-test-" + name;
+    std::ofstream(fileName) << text;
+    return fileName;
+}
+
+TEST(MrpAgentProgram, exitStatusTellsUseFromConfigurationFromSystem) {
+    const std::string agent = MRP_AGENT;
+    const std::string good = fileOf("good.toml", "interfaces = [\"mrp-nowhere\"]\n");
+    const std::string bad = fileOf("bad.toml", "\ninterfaces = 1\n");
+    EXPECT_EQ(outputOf(agent + " --check --config " + good), good + ": ok\nstatus 0\n");
+    EXPECT_EQ(outputOf(agent + " --config " + good),
+              "mrp-agent: mrp-nowhere: no such interface\nstatus 1\n");
+    const std::string fault =
+        bad + ":2: interfaces: expected a list of interface names, each once\nstatus 2\n";
+    EXPECT_EQ(outputOf(agent + " --config " + bad), fault);
+    EXPECT_EQ(outputOf(agent + " --check --config " + bad), fault);
+    EXPECT_THAT(outputOf(agent), HasSubstr("--config is required"));
+    for (const std::string& wrong :
+         std::vector<std::string>{"", " --config", " --trace nothing --config " + good}) {
+        EXPECT_THAT(outputOf(agent + wrong), HasSubstr("status 2\n"));
+    }
+}
+
+TEST(MrpDemoProgram, findsWhatIsMissing) {
+    const std::string demo = std::string(MRP_DEMO) + " --tables ";
+    const std::string empty = " " + fileOf("empty.json", "{\"applications\":[]}\n");
+    const std::string output = outputOf(demo + empty + empty + empty + empty);
+    EXPECT_THAT(output, HasSubstr("missing: node two has not registered VLAN 107\n"));
+    EXPECT_THAT(output, HasSubstr("missing: after the withdrawals node one has not registered "
+                                  "listener ready 02:00:00:00:00:01:00:01\n"));
+    EXPECT_THAT(output, HasSubstr("demo: 0 registered, 0 withdrawn, 24 missing\nstatus 1\n"));
+    const std::string stale =
+        " " +
+        fileOf("stale.json",
+               R"({"applications":[{"application":"mvrp","attributes":[{"attributeType":)"
+               R"("vlanVector","applicant":"VO","registrar":"LV","value":"006e","vlan":110}]}]})"
+               "\n");
+    EXPECT_THAT(outputOf(demo + empty + stale + empty + stale),
+                HasSubstr("missing: after the withdrawals node two has registered, but should not "
+                          "have, VLAN 110\n"));
+    EXPECT_THAT(outputOf(demo + empty + " " + fileOf("no.json", "[1]\n")), HasSubstr("status 1\n"));
+}
+
+TEST(OutputQueue, neitherBlocksNorLosesAndSurvivesItsReader) {
+    std::signal(SIGPIPE, SIG_IGN);
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ::fcntl(ends[0], F_SETFL, O_NONBLOCK);  // the reader only; a writer that blocks is a fault
+    Platform::Virtual::VirtualActivityManager manager;
+    OutputQueue queue(ends[1], manager);
+    const std::string line(300000, 'x');  // more than a pipe takes
+    queue.lineIs(line);
+    queue.lineIs("second");
+    EXPECT_GT(queue.pending(), 0U);
+    std::string read;
+    std::vector<char> block(4096);
+    for (int turn = 1; read.size() < line.size() + 8 && turn < 1000; ++turn) {
+        const ssize_t octets = ::read(ends[0], block.data(), block.size());
+        read.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(octets, 0)));
+        manager.runUntil(turn);
+    }
+    EXPECT_TRUE(read == line + "\nsecond\n");
+    EXPECT_EQ(queue.pending(), 0U);
+
+    ::close(ends[0]);
+    testing::internal::CaptureStderr();
+    queue.lineIs("nobody reads this");
+    EXPECT_EQ(queue.pending(), 0U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "mrp-agent: standard output: Broken pipe; output is lost\n");
+    ::close(ends[1]);
+}
+
+}  // namespace
+}  // namespace MrpAgent

@@ -1,0 +1,313 @@
+#include <gtest/gtest.h>
+
+#include "Messages.h"
+#include "platform/log/AttrLog.h"
+
+namespace MrpTest {
+
+namespace {
+
+// The attribute log's output of the node, with a reader of the test's making.
+class FakeOutput final : public AttrLogSocketOutput {
+  public:
+    using AttrLogSocketOutput::AttrLogSocketOutput;
+
+    int sendBufferSize() const override { return 1001; }  // half of it, rounded down, is 500
+    int unsentBytes() const override {
+        ++asked;
+        return asked > clearFor ? unsent : 0;
+    }
+
+    int unsent = 0;
+    int clearFor = 0;  // how many times the log is empty before `unsent` counts
+    mutable int asked = 0;
+};
+
+struct RegisteredOutput {
+    explicit RegisteredOutput(const char* name, int fd = 7) : output(makePtr<FakeOutput>(name)) {
+        output->fdIs(fd);
+        attrLogOutputAdd(output);
+    }
+    ~RegisteredOutput() { attrLogOutputDel(output); }
+    RegisteredOutput(const RegisteredOutput&) = delete;
+    RegisteredOutput& operator=(const RegisteredOutput&) = delete;
+
+    Ptr<FakeOutput> output;
+};
+
+// The keys that are committed out of 1 to 9, as text.
+std::string committedVlans(TestNode& node) {
+    std::string keys;
+    for (AttributeKey key = 1; key < 10; ++key) {
+        keys += node.committed(vlanType, key) ? std::to_string(key) : "";
+    }
+    return keys;
+}
+
+// The iteration set of et1 and a type, as text; "-" when there is none.
+std::string iterKeys(TestNode& node, AttributeType type = vlanType) {
+    const Ptr<MrpAttrIter> iter = node.sm().mrpAttrIter({node.intf(1), type});
+    std::string keys = iter ? "" : "-";
+    for (const AttributeKey key : iter ? iter->snapshot() : std::vector<AttributeKey>()) {
+        keys += std::to_string(key);
+    }
+    return keys;
+}
+
+}  // namespace
+
+TEST(Database, AdditionIsVisibleAtOnceAndCommittedATenthLater) {
+    TestNode node(MrpApplication::msrp);
+    node.runUntil(0.03);
+    const MrpAttribute attribute{node.intf(1), listenerType, 4};
+    EXPECT_EQ(node.sm().addAttrToAddPending(attribute)->key(), 4U);
+    EXPECT_EQ(node.states(listenerType, 4), "VO/MT");
+    EXPECT_EQ(node.sm().mrpGetAttrFromDatabase(node.intf(1), listenerType, 4, false), nullptr);
+    EXPECT_EQ(iterKeys(node, listenerType), "4");
+    EXPECT_EQ(iterKeys(node, talkerAdvertiseType), "-");
+    node.request(AttributeEvent::joinIn, talkerAdvertiseType, hex(talker(1, 8)));
+    node.runUntil(0.129);
+    EXPECT_FALSE(node.committed(listenerType, 4));
+    node.runUntil(0.131);
+    EXPECT_TRUE(node.committed(listenerType, 4));
+    EXPECT_TRUE(node.sm().addPendingAttr().empty());
+    // States and value have come along; the value is the declared one.
+    EXPECT_EQ(node.states(talkerAdvertiseType, 1), "QA/MT");
+    EXPECT_EQ(stored(node, talkerAdvertiseType, 1), talker(1, 8));
+    // A declaration with another value replaces it.
+    node.request(AttributeEvent::newEvent, talkerAdvertiseType, hex(talker(1, 9)));
+    EXPECT_EQ(stored(node, talkerAdvertiseType, 1), talker(1, 9));
+    // Two Domains of a class are one attribute.
+    node.request(AttributeEvent::joinIn, domainType, hex("06030002"));
+    node.request(AttributeEvent::joinIn, domainType, hex("06020005"));
+    EXPECT_EQ(iterKeys(node, domainType), "6");
+}
+
+// At most four reviews in a second; a fifth waits and takes along what came meanwhile.
+TEST(Database, ReviewsAreRateLimited) {
+    TestNode node(MrpApplication::mvrp);
+    for (std::uint16_t id = 1; id <= 6; ++id) {
+        node.runUntil(0.1 * (id - 1));
+        node.declareVlan(id);
+    }
+    node.runUntil(1.05);
+    EXPECT_EQ(committedVlans(node), "1234");
+    EXPECT_NEAR(node.sm().mrpDatabaseAddSm()->lastReview(), 0.4, 1e-6);
+    EXPECT_EQ(node.states(vlanType, 5), "QA/MT");
+    node.runUntil(1.15);
+    EXPECT_EQ(committedVlans(node), "123456");
+    EXPECT_NEAR(node.sm().mrpDatabaseAddSm()->lastReview(), 1.1, 1e-6);
+    // Deletions are counted by a reviewer of their own.
+    node.withdrawVlan(1);
+    node.runUntil(1.26);
+    EXPECT_EQ(committedVlans(node), "23456");
+}
+
+TEST(Database, PendingAdditionsAndDeletions) {
+    TestNode node(MrpApplication::mvrp);
+    MrpSm& sm = node.sm();
+    const MrpAttribute attribute{node.intf(1), vlanType, 5};
+    // Only pending: returned as it is; forgotten without a trace.
+    const Ptr<MrpAttrDatabase> first = sm.addAttrToAddPending(attribute);
+    EXPECT_EQ(sm.addAttrToAddPending(attribute), first);
+    EXPECT_EQ(sm.mrpAddAttrToDatabase(attribute.intfId, vlanType, 5, false), first);
+    sm.addAttrToDeletePending(attribute);
+    EXPECT_EQ(node.states(vlanType, 5), "-");
+    EXPECT_EQ(iterKeys(node), "-");
+    node.runUntil(0.3);
+    EXPECT_EQ(committedVlans(node), "");
+    EXPECT_EQ(sm.mrpDatabaseDeleteSm()->lastReview(), 0);
+    sm.addAttrToDeletePending(attribute);  // there is none: nothing
+    EXPECT_TRUE(sm.deletePendingAttr().empty());
+
+    // Committed: returned as it is, but mrpAddAttrToDatabase resets its states.
+    node.place(vlanType, 5, MrpApplicantState::QA, MrpRegistrarState::IN);
+    node.runUntil(0.6);
+    ASSERT_EQ(committedVlans(node), "5");
+    EXPECT_EQ(node.states(vlanType, 5), "QA/IN");
+    EXPECT_EQ(sm.addAttrToAddPending(attribute).get(),
+              sm.mrpGetAttrFromDatabase(attribute.intfId, vlanType, 5, false));
+    EXPECT_TRUE(sm.addPendingAttr().empty());
+    sm.mrpAddAttrToDatabase(attribute.intfId, vlanType, 5, false);
+    EXPECT_EQ(node.states(vlanType, 5), "VO/MT");
+
+    // Deleted: invisible at once, gone a tenth later, and the iteration set with it.
+    sm.addAttrToDeletePending(attribute);
+    EXPECT_EQ(node.states(vlanType, 5), "-");
+    EXPECT_TRUE(sm.visibleKeys(attribute.intfId, vlanType).empty());
+    EXPECT_EQ(committedVlans(node), "5");
+    EXPECT_EQ(iterKeys(node), "5");
+    node.runUntil(0.71);
+    EXPECT_EQ(committedVlans(node), "");
+    EXPECT_EQ(iterKeys(node), "-");
+    EXPECT_TRUE(sm.deletePendingAttr().empty());
+}
+
+// A new demand cancels the deletion: a fresh record shows at once, and is copied over the old one.
+TEST(Database, DemandedAgainBeforeItsDeletion) {
+    TestNode node(MrpApplication::mvrp);
+    node.declareVlan(5);
+    node.runUntil(1);
+    node.receive(vlanPdu(5, AttributeEvent::joinIn));
+    EXPECT_EQ(node.states(vlanType, 5), "QA/IN");
+    node.request(AttributeEvent::internalLeave, vlanType, hex("0005"));
+    EXPECT_EQ(node.states(vlanType, 5), "-");
+    node.receive(vlanPdu(5, AttributeEvent::joinIn));
+    EXPECT_EQ(node.states(vlanType, 5), "AO/IN");
+    EXPECT_TRUE(node.sm().deletePendingAttr().empty());
+    EXPECT_EQ(node.sm().visibleKeys(node.intf(1), vlanType), (std::vector<AttributeKey>{5}));
+    node.runUntil(1.5);
+    EXPECT_EQ(committedVlans(node), "5");
+    EXPECT_EQ(node.states(vlanType, 5), "AO/IN");
+    EXPECT_EQ(iterKeys(node), "5");
+
+    // And queued for deletion while it is both: neither shows, and the deletion stands.
+    const MrpAttribute attribute{node.intf(1), vlanType, 5};
+    node.sm().addAttrToDeletePending(attribute);
+    node.sm().addAttrToAddPending(attribute);
+    node.sm().addAttrToDeletePending(attribute);
+    EXPECT_EQ(node.states(vlanType, 5), "-");
+    EXPECT_TRUE(node.sm().addPendingAttr().empty());
+    node.runUntil(2);
+    EXPECT_EQ(committedVlans(node), "");
+    EXPECT_EQ(iterKeys(node), "-");
+}
+
+// Reviews pause while more than half of the attribute log's buffer is unsent, and look again every
+// 0.1 s.
+TEST(Database, CloggedAttributeLogPausesReviews) {
+    const RegisteredOutput other("msrp");
+    const RegisteredOutput own("mrp");
+    FakeOutput& output = *own.output;
+    output.unsent = 501;
+    TestNode node(MrpApplication::mvrp);
+    EXPECT_EQ(node.sm().mrpAttrLogSm()->attrLogKernTxBufferThreshold(), 500);
+    for (std::uint16_t id = 1; id <= 5; ++id) {
+        node.declareVlan(id);
+    }
+    node.runUntil(0.35);
+    EXPECT_EQ(committedVlans(node), "");
+    EXPECT_EQ(output.asked, 3);
+    EXPECT_EQ(node.sm().mrpAttrLogSm()->attrLogKernTxBufferUsage(), 501);
+    EXPECT_EQ(node.sm().mrpDatabaseAddSm()->lastReview(), 0);
+    output.clearFor = output.asked + 2;  // room for two, then clogged in the middle of the walk
+    node.runUntil(0.45);
+    EXPECT_EQ(committedVlans(node), "12");
+    node.declareVlan(6);
+    output.unsent = 500;  // the threshold itself does not count
+    node.runUntil(0.55);
+    EXPECT_EQ(committedVlans(node), "123456");
+
+    output.unsent = 501;
+    node.withdrawVlan(1);
+    node.withdrawVlan(2);
+    node.runUntil(0.96);
+    EXPECT_EQ(committedVlans(node), "123456");
+    EXPECT_EQ(node.states(vlanType, 1), "-");
+    output.clearFor = output.asked + 1;
+    node.runUntil(1.06);
+    EXPECT_EQ(committedVlans(node), "23456");
+    EXPECT_EQ(other.output->asked, 0);
+}
+
+TEST(Database, AttributeLogWithoutASocketIsNeverClogged) {
+    const RegisteredOutput own("mrp", AttrLogSocketOutput::noSocket);
+    own.output->unsent = 5000;
+    TestNode node(MrpApplication::mvrp);
+    EXPECT_EQ(node.sm().mrpAttrLogSm()->getAttrLogKernTxBufferUsage(), -1);
+    node.declareVlan(1);
+    node.runUntil(0.2);
+    EXPECT_EQ(committedVlans(node), "1");
+    own.output->fdIs(9);
+    EXPECT_TRUE(node.sm().mrpAttrLogSm()->isAttrLogOutClogged());
+    own.output->unsent = -1;  // the kernel does not say
+    EXPECT_FALSE(node.sm().mrpAttrLogSm()->isAttrLogOutClogged());
+}
+
+TEST(Database, DisablingAnInterfaceForgetsItsAttributes) {
+    TestNode node(MrpApplication::msrp, 2);
+    node.request(AttributeEvent::joinIn, talkerAdvertiseType, hex(talker(1)));
+    node.request(AttributeEvent::joinIn, domainType, hex("06030002"));
+    node.request(AttributeEvent::joinIn, domainType, hex("06030002"), 2);
+    node.runUntil(0.2);
+    node.request(AttributeEvent::newEvent, listenerType, hex(stream(2) + "02000000"));
+    node.sent.clear();
+    node.instance->disable(node.intf(1));
+    ASSERT_EQ(node.sent.size(), 2U);  // what was pending leaves first, in both packets
+    EXPECT_EQ(node.sent[0].messages(),
+              message(listenerType, stream(2), AttributeEvent::newEvent) + pduEnd);
+    EXPECT_EQ(node.lib->packetContext(node.intf(1), false), nullptr);
+    EXPECT_FALSE(node.sm().desiredIntfDir()->has(node.intf(1)));
+    EXPECT_FALSE(node.sm().mrpPamSm()->mrpIntfPamSmHas(node.intf(1)));
+    for (const AttributeType type : {talkerAdvertiseType, listenerType, domainType}) {
+        EXPECT_TRUE(node.sm().visibleKeys(node.intf(1), type).empty());
+    }
+    node.runUntil(0.5);
+    EXPECT_FALSE(node.committed(talkerAdvertiseType, 1));
+    EXPECT_FALSE(node.committed(domainType, 6));
+    EXPECT_TRUE(node.committed(domainType, 6, 2));
+    EXPECT_EQ(node.sm().mrpAttrIter().size(), 1U);
+    EXPECT_TRUE(node.lib->indications.empty());
+    node.instance->enable(node.intf(1));
+    node.request(AttributeEvent::joinIn, domainType, hex("06030002"));
+    EXPECT_EQ(node.states(domainType, 6), "QA/MT");
+}
+
+TEST(Database, RequestsThatEndAnAttribute) {
+    TestNode node(MrpApplication::mvrp);
+    for (std::uint16_t id = 1; id <= 4; ++id) {
+        node.declareVlan(id);
+    }
+    node.receive(vlanPdu(2, AttributeEvent::joinIn));
+    node.receive(vlanPdu(3, AttributeEvent::joinIn));
+    node.receive(vlanPdu(3, AttributeEvent::lv));
+    node.runUntil(0.2);
+    node.sent.clear();
+    node.lib->indications.clear();
+    // Withdrawn: goes when it is not registered either.
+    node.withdrawVlan(1);
+    node.withdrawVlan(2);
+    EXPECT_EQ(node.states(vlanType, 1), "-");
+    EXPECT_EQ(node.states(vlanType, 2), "VO/IN");
+    node.withdrawVlan(9);  // never declared
+    EXPECT_EQ(node.states(vlanType, 9), "-");
+    // Forgotten: silently, registered or not, and its leave with it.
+    EXPECT_EQ(node.states(vlanType, 3), "QA/LV");
+    node.request(AttributeEvent::internalLeave, vlanType, hex("0003"));
+    EXPECT_EQ(node.states(vlanType, 3), "-");
+    // By the agent's name for it: committed ones only.
+    node.declareVlan(5);
+    node.instance->mrpLib().mrpCleanUpIntfDatabaseAttribute(node.intf(1), vlanType, 4);
+    node.instance->mrpLib().mrpCleanUpIntfDatabaseAttribute(node.intf(1), vlanType, 5);
+    // Codes that are none.
+    for (const std::uint8_t code : {AttributeEvent::in, AttributeEvent::mt, std::uint8_t{8}}) {
+        node.request(code, vlanType, hex("0006"));
+    }
+    node.runUntil(2);
+    EXPECT_EQ(committedVlans(node), "25");
+    EXPECT_TRUE(node.lib->indications.empty());
+    ASSERT_EQ(node.sent.size(), 2U);
+    EXPECT_EQ(node.sent[0].messages(), "0102"
+                                       "00020001" +
+                                           text({5 * 36 + 5 * 6}) +
+                                           "000100056c"
+                                           "00000000");
+}
+
+TEST(Database, LeaveAllPrunesKeysWithoutARecord) {
+    TestNode node(MrpApplication::mvrp);
+    node.declareVlan(5);
+    node.sm().addToAttrIter(node.intf(1), vlanType, 3);
+    node.sm().addToAttrIter(node.intf(1), vlanType, 7);
+    node.sm().removeFromAttrIter(IntfId("et9"), vlanType, 7);  // there is no such set
+    node.receive(vlanLeaveAll);
+    EXPECT_EQ(iterKeys(node), "5");
+    // The last key takes the set with it, while it is being walked.
+    node.request(AttributeEvent::internalLeave, vlanType, hex("0005"));
+    node.sm().addToAttrIter(node.intf(1), vlanType, 3);
+    node.receive(vlanLeaveAll);
+    EXPECT_EQ(iterKeys(node), "-");
+    EXPECT_EQ(node.states(vlanType, 3), "-");
+}
+
+}  // namespace MrpTest

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "TestNode.h"
+
+namespace MrpTest {
+
+// Octets that every value carries but the test does not care about, as hexadecimal text.
+inline std::string stream(unsigned id) {
+    std::string digits = "000000000000000";
+    return digits + "0123456789abcdef"[id & 15U];
+}
+inline std::string talker(unsigned id, unsigned latency = 0) {
+    return stream(id) + "91e0f000000" + "0123456789abcdef"[id & 15U] + "0002" + "05dc0001" + "70" +
+           "000000" + text({static_cast<std::uint8_t>(latency)});
+}
+inline std::string vlan(std::uint16_t id) {
+    return text({static_cast<std::uint8_t>(id >> 8), static_cast<std::uint8_t>(id)});
+}
+
+// One message of one vector as hexadecimal text: of one value with its event (and, for a Listener,
+// its declaration type), or of no value. A value of two octets is a VLAN, all others are MSRP's.
+inline std::string message(AttributeType type, const std::string& firstValue,
+                           std::optional<std::uint8_t> event, bool leaveAll = false,
+                           MsrpListenerEvent listener = MsrpListenerEvent::ready) {
+    const std::size_t length = firstValue.size() / 2;
+    const bool msrp = length != 2;
+    std::string vector = leaveAll ? "20" : "00";
+    vector += (event ? "01" : "00") + firstValue;
+    if (event) {
+        vector += text({static_cast<std::uint8_t>(*event * 36)});
+        if (msrp && type == listenerType) {
+            vector += text({static_cast<std::uint8_t>(static_cast<unsigned>(listener) << 6U)});
+        }
+    }
+    vector += "0000";
+    std::string header = text({type, static_cast<std::uint8_t>(length)});
+    if (msrp) {
+        header += text({0, static_cast<std::uint8_t>(vector.size() / 2)});
+    }
+    return header + vector;
+}
+
+inline const std::string pduEnd = "0000";
+
+// The MRPDU that declares one VLAN, as it is received or sent.
+inline std::string vlanPdu(std::uint16_t id, std::uint8_t event, bool leaveAll = false) {
+    return message(vlanType, vlan(id), event, leaveAll) + pduEnd;
+}
+// A LeaveAll and nothing else.
+inline const std::string vlanLeaveAll = message(vlanType, vlan(0), std::nullopt, true) + pduEnd;
+// JoinIn for VLANs 100 to 102, in one vector.
+inline const std::string joins100to102 = "010200030064" + text({36 + 6 + 1}) + "00000000";
+
+// An attribute that exists without protocol.
+inline Ptr<MrpAttrDatabase> placeVlan(TestNode& node, std::uint16_t id, MrpApplicantState applicant,
+                                      MrpRegistrarState registrar) {
+    node.lib->rxImage().vlan.vlanId = id;
+    return node.place(vlanType, id, applicant, registrar);
+}
+
+// The stored value that look-ups show, as hexadecimal text.
+inline std::string stored(TestNode& node, AttributeType type, AttributeKey key) {
+    const MrpAttrDatabase* record = node.sm().mrpGetAttrFromDatabase(node.intf(1), type, key, true);
+    if (record == nullptr) {
+        return "-";
+    }
+    const std::size_t size = mrpSizeOfStoredValue(type, node.lib->application());
+    return text({record->attributeValue().begin(),
+                 record->attributeValue().begin() + static_cast<std::ptrdiff_t>(size)});
+}
+
+}  // namespace MrpTest

@@ -1,0 +1,237 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "Messages.h"
+#include "platform/time/Dispatch.h"
+
+namespace MrpTest {
+
+namespace {
+
+using Applicant = MrpApplicantState;
+using Registrar = MrpRegistrarState;
+
+bool nothingInHand(MrpSm& sm) {
+    return sm.mrpParsedAttribute().size() == 0 && sm.mrpParsedAttributeKey().empty() &&
+           sm.msrpParsedDomainKey().empty() && sm.mrpRxLeaveAll().empty() &&
+           !MrpSm::futureProtocolVersion();
+}
+
+}  // namespace
+
+// While a LeaveAll is answered the registrar counts as the rest of the frame will leave it. The
+// true state shows afterwards.
+TEST(Processing, LeaveAllAnswersAsTheFrameDeclares) {
+    struct Case {
+        std::optional<std::uint8_t> event;
+        bool registered;    // what the answer says
+        std::string after;  // the registrar's state, from IN
+    };
+    const std::vector<Case> cases{
+        {std::nullopt, false, "LV"},          {AttributeEvent::newEvent, true, "IN"},
+        {AttributeEvent::joinIn, true, "IN"}, {AttributeEvent::in, false, "LV"},
+        {AttributeEvent::joinMt, true, "IN"}, {AttributeEvent::mt, false, "LV"},
+        {AttributeEvent::lv, false, "LV"}};
+    for (const Case& c : cases) {
+        for (const Registrar before : {Registrar::IN, Registrar::MT}) {
+            SCOPED_TRACE(testing::Message() << int{c.event.value_or(99)} << " in " << before);
+            TestNode node(MrpApplication::mvrp);
+            placeVlan(node, 100, Applicant::QA, before);
+            placeVlan(node, 200, Applicant::QO, Registrar::IN);  // not in the frame
+            const std::string pdu = c.event ? vlanPdu(100, *c.event, true) : vlanLeaveAll;
+            node.receive(pdu);
+            const std::uint8_t join =
+                c.registered ? AttributeEvent::joinIn : AttributeEvent::joinMt;
+            ASSERT_GE(node.sent.size(), 2U);
+            // The LeaveAll's answers leave before the event of the frame is applied.
+            EXPECT_EQ(node.sent[0].messages(), "010200010064" + text({std::uint8_t(join * 36)}) +
+                                                   "000100c890"
+                                                   "00000000");
+            EXPECT_EQ(node.sent[1].messages(), vlanPdu(100, join));
+            const bool joins = c.after == "IN";
+            EXPECT_EQ(node.states(vlanType, 100),
+                      "QA/" + (before == Registrar::IN || joins ? c.after : "MT"));
+            EXPECT_EQ(node.states(vlanType, 200), "VO/LV");
+            EXPECT_TRUE(nothingInHand(node.sm()));
+        }
+    }
+}
+
+TEST(Processing, DomainsFirstThenInOrderOfArrival) {
+    TestNode node(MrpApplication::msrp);
+    node.receive(message(listenerType, stream(2), AttributeEvent::joinIn) +
+                 message(talkerAdvertiseType, talker(1), AttributeEvent::newEvent) +
+                 message(domainType, "06030002", AttributeEvent::joinIn) + pduEnd);
+    std::string order;
+    for (const Indication& indication : node.lib->indications) {
+        order += std::to_string(indication.attribute.attributeType);
+    }
+    EXPECT_EQ(order, "431");
+    EXPECT_TRUE(nothingInHand(node.sm()));
+}
+
+// The types of several LeaveAlls are answered in ascending order: in one packet, therefore.
+TEST(Processing, LeaveAllsInAscendingTypeOrder) {
+    TestNode node(MrpApplication::msrp);
+    node.receive(message(talkerAdvertiseType, talker(1), AttributeEvent::joinIn) +
+                 message(listenerType, stream(1), AttributeEvent::joinIn) + pduEnd);
+    node.runUntil(1);
+    node.sent.clear();
+    node.receive(message(listenerType, stream(0), std::nullopt, true) +
+                 message(talkerAdvertiseType, talker(0), std::nullopt, true) + pduEnd);
+    ASSERT_EQ(node.sent.size(), 1U);
+    EXPECT_EQ(node.sent[0].messages(), message(talkerAdvertiseType, talker(1), AttributeEvent::mt) +
+                                           message(listenerType, stream(1), AttributeEvent::mt) +
+                                           pduEnd);
+    const auto& timers = node.sm().leaveAllSm()->intfLeaveAllSm(node.intf(1))->leaveAllPending();
+    EXPECT_EQ(timers.at(1).expiryTime, 11);
+    EXPECT_EQ(timers.at(3).expiryTime, 11);
+    EXPECT_EQ(timers.at(2).expiryTime, 10);
+}
+
+TEST(Processing, FloodingStopsEventsButNotLeaveAlls) {
+    TestNode node(MrpApplication::mvrp, 2, [](MrpConfig& config) { config.mrpFloodingIs(true); });
+    placeVlan(node, 100, Applicant::QA, Registrar::IN);
+    node.receive(vlanPdu(100, AttributeEvent::joinIn, true));
+    EXPECT_EQ(node.states(vlanType, 100), "QA/LV");
+    node.receive(vlanPdu(101, AttributeEvent::joinIn));
+    EXPECT_EQ(node.states(vlanType, 101), "-");
+    EXPECT_EQ(node.sm().parseContext()->eventsCounter(), 2U);
+    node.runUntil(2);
+    EXPECT_EQ(node.lib->indications.size(), 1U);
+    EXPECT_EQ(node.states(vlanType, 100), "QA/MT");
+    ASSERT_EQ(node.sent.size(), 2U);  // the copies, and nothing of our own
+    EXPECT_EQ(node.sent[0].intfId, node.intf(2));
+    EXPECT_EQ(node.sent[0].messages(), vlanPdu(100, AttributeEvent::joinIn, true));
+}
+
+// An indication may make requests while a frame is being applied.
+TEST(Processing, IndicationDeclares) {
+    TestNode node(MrpApplication::msrp, 2);
+    node.lib->onIndication = [&](const Indication& indication) {
+        if (indication.attribute.attributeType == talkerAdvertiseType) {
+            const auto id = static_cast<unsigned>(indication.attribute.key);
+            node.request(AttributeEvent::joinIn, talkerAdvertiseType, hex(talker(id)), 2);
+            node.request(AttributeEvent::joinIn, listenerType, hex(stream(id) + "02000000"));
+            node.request(AttributeEvent::lv, talkerAdvertiseType, hex(talker(id)));
+        }
+        return indication.attribute.key == 2;
+    };
+    const auto joinIn = [](unsigned id) {
+        return message(talkerAdvertiseType, talker(id), AttributeEvent::joinIn);
+    };
+    node.receive(joinIn(1) + joinIn(2) + joinIn(3) +
+                 message(domainType, "06030002", AttributeEvent::joinIn) + pduEnd);
+    EXPECT_EQ(node.states(talkerAdvertiseType, 1), "AO/IN");
+    EXPECT_EQ(node.states(talkerAdvertiseType, 2), "AO/MT");  // discarded
+    EXPECT_EQ(node.states(talkerAdvertiseType, 3), "AO/IN");
+    for (const AttributeKey key : {1U, 2U, 3U}) {
+        EXPECT_EQ(node.states(talkerAdvertiseType, key, 2), "QA/MT");
+        EXPECT_EQ(node.states(listenerType, key), "QA/MT");
+        EXPECT_EQ(stored(node, talkerAdvertiseType, key), talker(static_cast<unsigned>(key)));
+    }
+    EXPECT_EQ(node.log.back(),
+              "MRP_JOIN: MRP Join received on et1, attrType: talkerAdvertise, key: 3, state: MT, "
+              "event: rJoinIn!");
+    EXPECT_TRUE(nothingInHand(node.sm()));
+}
+
+TEST(Processing, IndicationDisablesTheInterface) {
+    for (const bool discard : {false, true}) {
+        TestNode node(MrpApplication::mvrp, 2);
+        node.receive(vlanPdu(100, AttributeEvent::joinIn), 2);
+        node.declareVlan(100);
+        node.runUntil(1);
+        node.lib->onIndication = [&](const Indication&) {
+            node.instance->disable(node.intf(1));
+            node.lib->onIndication = nullptr;
+            return discard;
+        };
+        node.receive(joins100to102);
+        EXPECT_EQ(node.states(vlanType, 100), "-");
+        EXPECT_TRUE(nothingInHand(node.sm()));
+        EXPECT_EQ(node.lib->packetContext(node.intf(1), false), nullptr);
+        node.runUntil(2);
+        EXPECT_FALSE(node.committed(vlanType, 100));
+        EXPECT_EQ(node.states(vlanType, 100, 2), "AO/IN");
+    }
+}
+
+// What happens to another interface does not touch the frame in hand.
+TEST(Processing, IndicationDisablesAnotherInterface) {
+    TestNode node(MrpApplication::mvrp, 2);
+    node.declareVlan(200, 2);
+    node.lib->onIndication = [&](const Indication&) {
+        node.sm().mrpPamSm()->transmitAllLeaveAll(node.intf(2));
+        node.instance->disable(node.intf(2));
+        return false;
+    };
+    node.receive(joins100to102);
+    for (const AttributeKey key : {100U, 101U, 102U}) {
+        EXPECT_EQ(node.states(vlanType, key), "AO/IN");
+    }
+}
+
+// A walk over other attributes in the middle of the event: the event stays with its own.
+TEST(Processing, IndicationTransmitsLeaveAll) {
+    TestNode node(MrpApplication::mvrp);
+    placeVlan(node, 200, Applicant::QA, Registrar::IN);
+    node.lib->onIndication = [&](const Indication& indication) {
+        node.sm().mrpPamSm()->transmitAllLeaveAll(node.intf(1));
+        return indication.attribute.key == 101;
+    };
+    node.receive(joins100to102);
+    EXPECT_EQ(node.states(vlanType, 101), "-");  // Very anxious after the walk, then discarded
+    EXPECT_EQ(node.states(vlanType, 100).substr(3), "IN");
+    EXPECT_EQ(node.states(vlanType, 102).substr(3), "IN");
+    EXPECT_EQ(node.states(vlanType, 200), "QA/IN");
+    EXPECT_EQ(node.lib->indications.size(), 3U);
+    EXPECT_FALSE(node.sm().parseContext()->sendTxLvAll());
+    EXPECT_TRUE(nothingInHand(node.sm()));
+}
+
+// A range error out of an indication: the agent lives on, and nothing of the frame stays behind.
+TEST(Processing, IndicationThrows) {
+    TestNode node(MrpApplication::mvrp);
+    const auto fail = [](const Indication&) -> bool { throw std::range_error("not so"); };
+    const auto errors = DispatchErrors::count();
+    node.lib->onIndication = fail;
+    const std::string body = joins100to102.substr(0, joins100to102.size() - 4) + vlanLeaveAll;
+    node.receiveFrame(node.frameOf(body, 1));
+    EXPECT_GT(DispatchErrors::count(), errors);
+    EXPECT_TRUE(nothingInHand(node.sm()));
+    node.lib->onIndication = nullptr;
+    node.receive(joins100to102);
+    EXPECT_EQ(node.states(vlanType, 102).substr(3), "IN");
+
+    // Out of a leave timer's, in which it must not keep later leaves from their end.
+    node.receive(vlanLeaveAll);
+    node.lib->onIndication = fail;
+    node.runUntil(1);
+    node.lib->onIndication = nullptr;
+    node.receive(vlanPdu(300, AttributeEvent::joinIn));
+    node.receive(vlanLeaveAll);
+    node.runUntil(3);
+    EXPECT_EQ(node.states(vlanType, 300), "-");
+}
+
+// A transmit that fails must not stop the tick that drives all transmission.
+TEST(Processing, TransmitTickSurvivesAnError) {
+    TestNode node(MrpApplication::mvrp);
+    bool fail = true;
+    const Reactor failing = node.dev(1).sent().react([&](const Ptr<Pkt>&) {
+        if (std::exchange(fail, false)) {
+            throw std::range_error("not so");
+        }
+    });
+    node.declareVlan(5);
+    node.runUntil(0.15);
+    ASSERT_FALSE(fail);
+    node.sent.clear();
+    node.declareVlan(6);
+    node.runUntil(0.5);
+    EXPECT_FALSE(node.sent.empty());
+}
+
+}  // namespace MrpTest
