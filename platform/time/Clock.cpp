@@ -12,7 +12,10 @@ bool Clock::Earlier::operator()(const Alarm* a, const Alarm* b) const {
 }
 
 Seconds Clock::nextExpiry() const {
-    return alarms_.empty() ? never : (*alarms_.begin())->expiry_;
+    if (alarms_.empty()) {
+        return never;
+    }
+    return (*alarms_.begin())->expiry_;
 }
 
 bool Clock::fireNext(Seconds limit) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "Wire.h"
@@ -78,15 +79,10 @@ class Victim {
     unsigned taken_ = 0;
 };
 
-TEST(Hostile, TheValidPdusAreValid) {
-    for (const Valid& pdu : validPdus()) {
-        TestNode node(pdu.application);
-        EXPECT_EQ(parsed(node, pdu.body).find("malformed"), std::string::npos) << pdu.body;
-    }
-}
-
 TEST(Hostile, EveryPrefixAndEveryFlippedBit) {
     for (const Valid& pdu : validPdus()) {
+        TestNode node(pdu.application);
+        ASSERT_EQ(parsed(node, pdu.body).find('m'), std::string::npos) << pdu.body;
         Victim victim(pdu.application);
         for (const std::uint8_t version : {std::uint8_t{0}, std::uint8_t{1}}) {
             const Bytes frame = victim.node().frameOf(pdu.body, version);
@@ -118,42 +114,34 @@ class RandomFrames {
         return frame;
     }
 
-    // One to six changes: octets, 16-bit numbers, pieces cut out, doubled or inserted, the end cut.
+    // One to six changes: numbers set, pieces doubled, cut out or moved in from elsewhere.
     Bytes mutated(Bytes frame) {
-        for (std::size_t changes = 1 + below(6); changes > 0; --changes) {
-            const std::size_t first = below(16) == 0 ? 12 : header;
-            const std::size_t at = first + below(frame.size() - first + 1);
-            const auto place = frame.begin() + std::ptrdiff_t(at);
-            const std::size_t length = below(1 + std::min<std::size_t>(frame.size() - at, 40));
-            const Bytes piece(place, place + std::ptrdiff_t(length));
-            switch (below(6)) {
+        for (std::size_t changes = 1 + below(6); changes > 0 && frame.size() > header; --changes) {
+            const std::size_t at = header + below(frame.size() - header);
+            const std::size_t size = 1 + below(std::min<std::size_t>(frame.size() - at, 40));
+            const auto first = frame.begin() + static_cast<std::ptrdiff_t>(at);
+            const auto last = first + static_cast<std::ptrdiff_t>(size);
+            switch (below(5)) {
             case 0:
-                if (at < frame.size()) {
-                    *place = octet();
-                }
+                *first = octet();
                 break;
-            case 1:
-                frame.insert(place, octet());
+            case 1: {
+                const std::uint16_t number = numbers[below(std::size(numbers))];
+                *first = static_cast<std::uint8_t>(number >> 8U);
+                *(last - 1) = static_cast<std::uint8_t>(number);
                 break;
+            }
             case 2:
-                frame.insert(place, piece.begin(), piece.end());
+                frame.erase(first, below(8) == 0 ? frame.end() : last);
                 break;
             case 3:
-                if (at >= header) {
-                    frame.erase(place, place + std::ptrdiff_t(length));
-                }
+                std::rotate(frame.begin() + header, first, last);
                 break;
-            case 4:
-                if (below(4) == 0 && at >= header) {
-                    frame.erase(place, frame.end());
-                }
-                break;
-            default:
-                if (at + 1 < frame.size()) {
-                    const std::uint16_t number = numbers[below(std::size(numbers))];
-                    place[0] = static_cast<std::uint8_t>(number >> 8U);
-                    place[1] = static_cast<std::uint8_t>(number);
-                }
+            default: {
+                const Bytes piece(first, last);
+                frame.insert(frame.end() - static_cast<std::ptrdiff_t>(below(8)), piece.begin(),
+                             piece.end());
+            }
             }
         }
         return frame;

@@ -9,8 +9,8 @@ namespace MrpTest {
 
 namespace {
 
-const std::string lv100 = vlanPdu(100, AttributeEvent::lv);
-const std::string join100 = vlanPdu(100, AttributeEvent::joinIn);
+const std::string lv100 = vlanLv(100);
+const std::string join100 = vlanJoin(100);
 
 // "100@1.6 101@1.6": the leave indications since the last call, with their times.
 std::string leaves(TestNode& node) {
@@ -35,7 +35,7 @@ TEST(Leave, SharedTimerExpiresWithItsLastKey) {
     TestNode node(MrpApplication::mvrp);
     node.receive(join100);
     receiveAt(node, 1.0, vlanLeaveAll);
-    receiveAt(node, 1.3, vlanPdu(101, AttributeEvent::joinIn));
+    receiveAt(node, 1.3, vlanJoin(101));
     receiveAt(node, 1.3, vlanLeaveAll);
     node.runUntil(1.89);
     EXPECT_EQ(leaves(node), "");
@@ -147,7 +147,7 @@ TEST(Leave, WaitingFrameGoesFirst) {
     EXPECT_EQ(node.states(vlanType, 100).substr(3), "IN");
 
     node.receive(lv100);
-    node.receiveFrame(node.frameOf(vlanPdu(200, AttributeEvent::joinIn)), false);
+    node.receiveFrame(node.frameOf(vlanJoin(200)), false);
     node.receiveFrame(node.frameOf(join100), false);
     node.runUntil(5);
     EXPECT_EQ(leaves(node), "100@3.6");
@@ -160,7 +160,7 @@ TEST(Leave, KeysOfTheWaitingFrameExpireWithTheOthers) {
     TestNode node(MrpApplication::mvrp);
     node.receive(join100);
     receiveAt(node, 1, vlanLeaveAll);
-    receiveAt(node, 1.2, vlanPdu(101, AttributeEvent::joinIn));
+    receiveAt(node, 1.2, vlanJoin(101));
     node.receiveFrame(node.frameOf(vlanLeaveAll), false);
     node.runUntil(1.6);
     EXPECT_EQ(leaves(node), "100@1.6 101@1.6");
@@ -174,7 +174,7 @@ TEST(Leave, TimerCanGoWhileTheWaitingFrameIsProcessed) {
     TestNode node(MrpApplication::mvrp, 2);
     node.receive(join100);
     receiveAt(node, 1, lv100);
-    node.receiveFrame(node.frameOf(vlanPdu(200, AttributeEvent::joinIn)), false);
+    node.receiveFrame(node.frameOf(vlanJoin(200)), false);
     node.lib->onIndication = [&](const Indication&) {
         node.instance->disable(node.intf(1));
         return false;
@@ -194,11 +194,13 @@ TEST(Leave, InterfaceDisabledInALeaveIndication) {
     node.receive(join100, 2);
     node.runUntil(0.5);
     node.receive(vlanLeaveAll);
-    node.receive(vlanPdu(102, AttributeEvent::lv));
+    node.receive(vlanLv(102));
     node.receive(vlanLeaveAll, 2);
     node.lib->onIndication = [&](const Indication& indication) {
         if (indication.attribute.intfId == node.intf(1)) {
             node.instance->disable(node.intf(1));
+            EXPECT_EQ(node.sm().registrarSm()->leaveSm().size(), 1U);  // that of the other
+            EXPECT_TRUE(node.sm().registrarSm()->explicitLeaveSm().empty());
         }
         return false;
     };
@@ -208,7 +210,6 @@ TEST(Leave, InterfaceDisabledInALeaveIndication) {
         EXPECT_EQ(node.states(vlanType, key), "-");
         EXPECT_FALSE(node.committed(vlanType, key));
     }
-    EXPECT_TRUE(node.sm().registrarSm()->explicitLeaveSm().empty());
     EXPECT_TRUE(node.sm().addPendingAttr().empty());
 }
 
@@ -216,9 +217,9 @@ TEST(Leave, InterfaceDisabledInALeaveIndication) {
 // other along.
 TEST(Leave, KeyZeroSharesItsName) {
     TestNode node(MrpApplication::mvrp);
-    node.receive(vlanPdu(0, AttributeEvent::joinIn));
-    node.receive(vlanPdu(5, AttributeEvent::joinIn));
-    receiveAt(node, 1.0, vlanPdu(0, AttributeEvent::lv));
+    node.receive(vlanJoin(0));
+    node.receive(vlanJoin(5));
+    receiveAt(node, 1.0, vlanLv(0));
     receiveAt(node, 1.3, vlanLeaveAll);
     node.runUntil(1.7);
     EXPECT_EQ(leaves(node), "0@1.6");

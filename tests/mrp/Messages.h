@@ -50,10 +50,26 @@ inline const std::string pduEnd = "0000";
 inline std::string vlanPdu(std::uint16_t id, std::uint8_t event, bool leaveAll = false) {
     return message(vlanType, vlan(id), event, leaveAll) + pduEnd;
 }
+inline std::string vlanJoin(std::uint16_t id) {
+    return vlanPdu(id, AttributeEvent::joinIn);
+}
+inline std::string vlanLv(std::uint16_t id) {
+    return vlanPdu(id, AttributeEvent::lv);
+}
 // A LeaveAll and nothing else.
 inline const std::string vlanLeaveAll = message(vlanType, vlan(0), std::nullopt, true) + pduEnd;
 // JoinIn for VLANs 100 to 102, in one vector.
 inline const std::string joins100to102 = "010200030064" + text({36 + 6 + 1}) + "00000000";
+
+// The MRPDUs sent since the last call, with a bar between them.
+inline std::string takeSent(TestNode& node) {
+    std::string pdus;
+    for (const SentFrame& frame : node.sent) {
+        pdus += (pdus.empty() ? "" : "|") + frame.messages();
+    }
+    node.sent.clear();
+    return pdus;
+}
 
 // An attribute that exists without protocol.
 inline Ptr<MrpAttrDatabase> placeVlan(TestNode& node, std::uint16_t id, MrpApplicantState applicant,

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "Wire.h"
-#include "platform/log/Trace.h"
 
 namespace MrpTest::Wire {
 namespace {
@@ -49,15 +48,10 @@ TEST(Reception, FramesThatAreNotOursAreCountedAndDropped) {
 
 TEST(Reception, TheTagsVlanIdIsTraced) {
     TestNode node(MrpApplication::mvrp);
-    std::vector<std::string> traces;
-    traceSinkIs([&](const TraceSource&, int, const std::string& line) { traces.push_back(line); });
-    setTraceLevel("MrpSm", 6);
-    node.receiveFrame(hex(group + neighbour + "8100 f123" + ours + declaration));
-    setTraceLevel("MrpSm", TraceSource::off);
-    traceSinkIs(nullptr);
-    EXPECT_NE(
-        std::find(traces.begin(), traces.end(), "Received 802.1Q-tagged frame with VLAN ID 291"),
-        traces.end());
+    const auto receive = [&] {
+        node.receiveFrame(hex(group + neighbour + "8100 f123" + ours + declaration));
+    };
+    EXPECT_EQ(timesTraced(6, "Received 802.1Q-tagged frame with VLAN ID 291", receive), 1);
 }
 
 TEST(Reception, AcceptedFramesFlushWhatIsPending) {

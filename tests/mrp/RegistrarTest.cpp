@@ -174,7 +174,7 @@ TEST(Registrar, DiscardedJoinEndsInEmpty) {
     TestNode node(MrpApplication::mvrp);
     node.lib->onIndication = [](const Indication& indication) { return indication.join; };
     // JoinIn makes the applicant an observer: the record stays.
-    node.receive(vlanPdu(100, AttributeEvent::joinIn));
+    node.receive(vlanJoin(100));
     EXPECT_EQ(node.states(vlanType, 100), "AO/MT");
     EXPECT_EQ(node.log.back(),
               "MRP_ERROR: Join was discarded by MSRP, interface: et1, attrType: 1, attrEvent: 1");
@@ -204,7 +204,7 @@ TEST(Registrar, NeitherDeclaredNorRegisteredIsForgotten) {
     EXPECT_EQ(node.states(vlanType, 100), "-");
     EXPECT_FALSE(waits(node.sm().registrarSm()->explicitLeaveSm(), attribute, 100));
     // Leave for an unknown attribute: answered that it is not registered, then forgotten.
-    node.receive(vlanPdu(200, AttributeEvent::lv));
+    node.receive(vlanLv(200));
     ASSERT_EQ(node.sent.size(), 1U);
     EXPECT_EQ(node.sent[0].messages(), vlanPdu(200, AttributeEvent::mt));
     EXPECT_EQ(node.states(vlanType, 200), "-");

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base/Text.h"
+#include "platform/log/Trace.h"
 #include "platform/packet/PktManager.h"
 
 namespace MrpTest::Wire {
@@ -10,7 +11,7 @@ namespace MrpTest::Wire {
 std::string be(std::uint64_t number, int octets) {
     Bytes bytes;
     for (int i = octets; i-- > 0;) {
-        bytes.push_back(static_cast<std::uint8_t>(number >> 8 * i));
+        bytes.push_back(static_cast<std::uint8_t>(i < 8 ? number >> 8 * i : 0));
     }
     return text(bytes);
 }
@@ -19,6 +20,10 @@ std::string dense(const std::string& octets) {
     std::string result = octets;
     std::erase(result, ' ');
     return result;
+}
+
+void fill(std::span<std::uint8_t> slot, const std::string& value) {
+    std::ranges::copy(hex(value), slot.begin());
 }
 
 std::string talker(std::uint64_t streamId, std::uint64_t dmac) {
@@ -41,8 +46,14 @@ std::string vlan(unsigned vlanId) {
     return be(vlanId, 2);
 }
 
-Ptr<Pkt> pktOf(const Bytes& bytes) {
-    return PktManager::instance().newPkt(std::span<const std::uint8_t>(bytes));
+int timesTraced(int level, const std::string& text, const std::function<void()>& call) {
+    int times = 0;
+    traceSinkIs([&](const TraceSource&, int, const std::string& line) { times += line == text; });
+    setTraceLevel("MrpSm", level);
+    call();
+    setTraceLevel("MrpSm", TraceSource::off);
+    traceSinkIs(nullptr);
+    return times;
 }
 
 std::string parsed(TestNode& node, const std::string& body, std::uint8_t version) {
@@ -52,7 +63,8 @@ std::string parsed(TestNode& node, const std::string& body, std::uint8_t version
     const auto faults = node.counters().numOfMalformedPkts();
     const auto events = sm.parseContext()->eventsCounter();
     sm.parseContext()->intfIdIs(node.intf(1));
-    sm.parseMrpdu(*pktOf(hex(be(version, 1) + body)));
+    const Bytes pdu = hex(be(version, 1) + body);
+    sm.parseMrpdu(*PktManager::instance().newPkt(std::span(pdu)));
     std::string result;
     for (auto* queue : {&sm.msrpParsedDomainKey(), &sm.mrpParsedAttributeKey()}) {
         while (const auto key = queue->deq()) {
@@ -67,22 +79,18 @@ std::string parsed(TestNode& node, const std::string& body, std::uint8_t version
     sm.dropParsed();
     sm.mrpRxLeaveAllDelAll();
     MrpSm::futureProtocolVersionIs(false);
-    const auto times = [&result](const char* name, MrpCounters::Count was, MrpCounters::Count is) {
-        for (; was < is; ++was) {
-            result += std::string(name) + " ";
-        }
+    const auto times = [&result](char name, MrpCounters::Count was, MrpCounters::Count is) {
+        result += std::string(is - was, name) + (was < is ? " " : "");
     };
-    times("version", versions, node.counters().numOfIncorrectPduVersion());
-    times("unknown", unknowns, node.counters().numOfUnknownAttributeType());
-    times("malformed", faults, node.counters().numOfMalformedPkts());
+    times('v', versions, node.counters().numOfIncorrectPduVersion());
+    times('u', unknowns, node.counters().numOfUnknownAttributeType());
+    times('m', faults, node.counters().numOfMalformedPkts());
     return result + "e" + std::to_string(sm.parseContext()->eventsCounter() - events);
 }
 
 void Sender::send(AttributeType type, const std::string& value, std::uint8_t event, bool second,
                   std::size_t number) {
-    const Bytes octets = hex(value);
-    std::copy(octets.begin(), octets.end(),
-              node.lib->txImage().octets(type, node.lib->application()).begin());
+    fill(node.lib->txImage().octets(type, node.lib->application()), value);
     node.lib->mrpSendAttributeIntf({node.intf(number), type, event, false}, node.intf(number),
                                    second);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 
 #include "TestNode.h"
@@ -12,6 +13,8 @@ namespace MrpTest::Wire {
 std::string be(std::uint64_t number, int octets);
 // Without the blanks that make octets readable.
 std::string dense(const std::string& octets);
+// The octets of a hexadecimal text, put into a value slot.
+void fill(std::span<std::uint8_t> slot, const std::string& value);
 
 // Value records as they are stored, in hexadecimal.
 std::string talker(std::uint64_t streamId, std::uint64_t dmac);
@@ -20,12 +23,25 @@ std::string listener(std::uint64_t streamId, unsigned declaration);
 std::string domain(unsigned classId, unsigned priority);
 std::string vlan(unsigned vlanId);
 
-Ptr<Pkt> pktOf(const Bytes& bytes);
+// The text of the range error that the call throws, or "none".
+template <class Call>
+std::string errorOf(Call call) {
+    try {
+        call();
+    } catch (const std::range_error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+// How often the engine traces the text, at the level or below, during the call.
+int timesTraced(int level, const std::string& text, const std::function<void()>& call);
 
 // Parses an MRPDU with these octets behind the version, processes nothing of it, and tells what it
 // did: "TYPE:KEY=EVENT" for every value filed (Domains first; a key filed twice shows its last
-// event twice), "LA:TYPE" for every LeaveAll, then "version", "unknown" and "malformed" once for
-// each step of the counter, and "e" with the number of events handed on.
+// event twice), "LA:TYPE" for every LeaveAll, then "v", "u" and "m" once for each step of the
+// counters of wrong versions, unknown types and malformed packets, and "e" with the number of
+// events handed on.
 std::string parsed(TestNode& node, const std::string& body, std::uint8_t version = 0);
 
 // An engine that is told what to send, event by event.

@@ -29,9 +29,20 @@ void MrpSm::dropParsed() {
     mrpParsedAttribute_.attributeDelAll();
 }
 
+// The attribute in hand says nothing of the frame's interface while an indication runs.
+void MrpSm::dropParsedOf(IntfId intfId) {
+    if (parsedIntfId_ == intfId) {
+        dropParsed();
+    }
+}
+
 void MrpSm::processParsedAttributes(IntfId intfId) {
     MRP_TRACE(8, "MrpSm::processedParsedAttributes( " << intfId.name());
-    const ScopeGuard clear([this] { dropParsed(); });
+    const ScopeGuard clear([this] {
+        dropParsed();
+        parsedIntfId_ = IntfId();
+    });
+    parsedIntfId_ = intfId;
     const Seconds period = leaveAllSm_->getLeaveAllTime(intfId);
     while (!mrpRxLeaveAll_.empty()) {
         const AttributeType type = mrpRxLeaveAll_.begin()->first;

@@ -56,9 +56,7 @@ void MrpLib::mrpCleanUpIntfDatabase(IntfId intfId) {
     }
     // An indication may disable the interface of the frame in hand: what is left of that frame
     // would bring the attributes back.
-    if (mrpSm_->parseContext()->intfId() == intfId) {
-        mrpSm_->dropParsed();
-    }
+    mrpSm_->dropParsedOf(intfId);
     mrpSm_->registrarSm()->mrpCancelLeavePending(intfId);
     for (AttributeType type = 1; type <= mrpSm_->maxAttrTypes(); ++type) {
         const Ptr<MrpAttrIter> iter = mrpSm_->mrpAttrIter({intfId, type});

@@ -145,8 +145,10 @@ class MrpSm final : public RefCounted {
     MrpParsedAttributes& mrpParsedAttribute() { return mrpParsedAttribute_; }
     IndexedQueue<MrpParsedAttributeKey>& mrpParsedAttributeKey() { return mrpParsedAttributeKey_; }
     IndexedQueue<MrpParsedAttributeKey>& msrpParsedDomainKey() { return msrpParsedDomainKey_; }
-    // Forgets the rest of the frame in hand.
+    // Forgets the rest of the frame in hand; that of an interface, if it is the one that received
+    // it.
     void dropParsed();
+    void dropParsedOf(IntfId intfId);
 
     // ===== Transmit =====
 
@@ -300,6 +302,7 @@ class MrpSm final : public RefCounted {
     IndexedQueue<MrpParsedAttributeKey> mrpParsedAttributeKey_;
     MrpParsedAttributes mrpParsedAttribute_;
     IndexedQueue<MrpParsedAttributeKey> msrpParsedDomainKey_;
+    IntfId parsedIntfId_;  // which received the frame in hand; empty between frames
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;
     std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>> mrpAttrIter_;
     std::map<MrpAttribute, bool> deletePendingAttr_;
