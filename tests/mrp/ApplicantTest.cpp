@@ -51,13 +51,13 @@ std::string pduOf(char letter, Registrar registrar) {
     const bool in = registrar == Registrar::IN;
     switch (letter) {
     case 'N':
-        return vlanPdu(100, AttributeEvent::newEvent);
+        return vlanPdu(100, Ev::newEvent);
     case 'J':
-        return vlanPdu(100, in ? AttributeEvent::joinIn : AttributeEvent::joinMt);
+        return vlanPdu(100, in ? Ev::joinIn : Ev::joinMt);
     case 'L':
-        return vlanPdu(100, AttributeEvent::lv);
+        return vlanPdu(100, Ev::lv);
     case 'R':
-        return vlanPdu(100, in ? AttributeEvent::in : AttributeEvent::mt);
+        return vlanPdu(100, in ? Ev::in : Ev::mt);
     default:
         return "";
     }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Wire.h"
+#include "platform/packet/PktManager.h"
 
 namespace MrpTest::Wire {
 namespace {
@@ -215,6 +216,10 @@ TEST(Encode, WhatCannotBeSent) {
     const IntfId other("no-packet-access");
     lib.mrpSendAttributeIntf({other, vlanType, 1, false}, other, false);
     EXPECT_FALSE(lib.packetContext(other, false)) << "not even begun";
+    PktManager::instance().maxPktBytesIs(1000);
+    sender.send(vlanType, vlan(5), 1);
+    PktManager::instance().maxPktBytesIs(10000);
+    EXPECT_FALSE(lib.packetContext(sender.node.intf(1), false)) << "no packet to be had";
     // A packet that lost its interface stays for later.
     sender.send(vlanType, vlan(5), 1);
     lib.mrpTxPacketContextIs(other, lib.packetContext(sender.node.intf(1), false));

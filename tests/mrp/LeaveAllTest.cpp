@@ -82,9 +82,9 @@ TEST(LeaveAll, StandsAloneOnceWhenNothingAnswers) {
     placeVlan(node, 5, Applicant::AA, Registrar::MT);
     node.runUntil(10);
     EXPECT_EQ(takeSent(node), vlanLeaveAll);
-    node.request(AttributeEvent::newEvent, vlanType, hex(vlan(7)));
+    node.request(Ev::newEvent, vlanType, hex(vlan(7)));
     node.runUntil(11);
-    const std::string pdu = vlanPdu(7, AttributeEvent::newEvent);
+    const std::string pdu = vlanPdu(7, Ev::newEvent);
     EXPECT_EQ(takeSent(node), pdu + "|" + pdu);  // without a LeaveAll
 }
 
@@ -170,7 +170,7 @@ TEST(LeaveAll, RequestedOnQueuedInterfaces) {
     node.runUntil(3);
     node.lib->mrpOutIntfQueueEnq(node.intf(2));
     node.lib->mrpOutIntfQueueEnq(node.intf(3));
-    node.lib->mrpSendAttribute({node.intf(1), vlanType, AttributeEvent::leaveAll, false});
+    node.lib->mrpSendAttribute({node.intf(1), vlanType, Ev::leaveAll, false});
     EXPECT_EQ(published(node, vlanType, 2), 20);
     EXPECT_EQ(published(node, vlanType, 3), 20);
     node.runUntil(24);
@@ -189,7 +189,7 @@ TEST(LeaveAll, TransmittedOnDemand) {
     node.sm().mrpTransmitTxAttributes();
     takeSent(node);
     node.sm().mrpPamSm()->transmitAllLeaveAll(node.intf(1));
-    EXPECT_EQ(takeSent(node), vlanPdu(100, AttributeEvent::joinIn, true));
+    EXPECT_EQ(takeSent(node), vlanPdu(100, Ev::joinIn, true));
     EXPECT_EQ(node.states(vlanType, 100), "QA/IN");  // the registrar is not told
     EXPECT_DOUBLE_EQ(published(node), 12.05);
     node.runUntil(13);

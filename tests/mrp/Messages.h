@@ -8,6 +8,9 @@
 
 namespace MrpTest {
 
+namespace Ev = AttributeEvent;
+inline constexpr AttributeType talkerType = talkerAdvertiseType;
+
 // Octets that every value carries but the test does not care about, as hexadecimal text.
 inline std::string stream(unsigned id) {
     std::string digits = "000000000000000";
@@ -46,15 +49,18 @@ inline std::string message(AttributeType type, const std::string& firstValue,
 
 inline const std::string pduEnd = "0000";
 
-// The MRPDU that declares one VLAN, as it is received or sent.
+// The MRPDU of one value, as it is received or sent.
+inline std::string onePdu(AttributeType type, const std::string& firstValue, std::uint8_t event) {
+    return message(type, firstValue, event) + pduEnd;
+}
 inline std::string vlanPdu(std::uint16_t id, std::uint8_t event, bool leaveAll = false) {
     return message(vlanType, vlan(id), event, leaveAll) + pduEnd;
 }
 inline std::string vlanJoin(std::uint16_t id) {
-    return vlanPdu(id, AttributeEvent::joinIn);
+    return vlanPdu(id, Ev::joinIn);
 }
 inline std::string vlanLv(std::uint16_t id) {
-    return vlanPdu(id, AttributeEvent::lv);
+    return vlanPdu(id, Ev::lv);
 }
 // A LeaveAll and nothing else.
 inline const std::string vlanLeaveAll = message(vlanType, vlan(0), std::nullopt, true) + pduEnd;

@@ -59,6 +59,7 @@ TEST(Parser, MvrpMessages) {
 
         {"LeaveAll without values", "0102 2000 0000 0000 0000", "LA:1 e1"},
         {"the same, FirstValue set", "0102 2000 0064 0000 0000", "LA:1 e1"},
+        {"the same, no EndMark", "0102 2000 0000", "LA:1 m e1"},
         {"LeaveAll with a value", "0102 2001 0064 24 0000 0000", "1:64=1 LA:1 e1"},
         {"bits 15 and 14 are ignored", "0102 c001 0065 24 0000 0000", "1:65=1 e1"},
         {"0x6000 is a LeaveAll", "0102 6000 0000 0000 0000", "LA:1 e1"},
@@ -109,6 +110,7 @@ TEST(Parser, FaultsThatCountTwice) {
         {"Talker cut short", "0119 001e 0001" + advertise.substr(2), "mm e0"},
         {"an EndMark for a Talker", "0119 0004 0001 0000", "mm e0"},
         {"Talker Failed cut short", "0222 0027 0001" + failure.substr(2), "mm e0"},
+        {"an empty list", "0404 0002 0000 0000", "mm e0"},
         {"neither LeaveAll nor values", "0404 0008 0000 06030002 0000", "mm e0"},
     };
     check(MrpApplication::msrp, msrp);
@@ -199,6 +201,8 @@ TEST(Parser, StepsReportAndConsume) {
     EXPECT_EQ(node.sm().parseContext()->attributeEvent(), AttributeEvent::in);
     EXPECT_EQ(node.sm().parseContext()->attributeKey(), 0U);
     EXPECT_EQ(node.sm().parseContext()->leaveAll(), 1U);
+    EXPECT_EQ(step(vlan64), "parseContinue0");
+    EXPECT_EQ(node.sm().parseContext()->leaveAll(), 0U);
 }
 
 TEST(Parser, FiledValuesHoldTheirOctets) {
@@ -225,6 +229,10 @@ TEST(Parser, FiledValuesHoldTheirOctets) {
     }
     EXPECT_EQ(filed(domainType, 7), domain(7, 4));
     node.sm().dropParsed();
+    // What is received last stays in the slot; a Listener's declaration is that of its vector.
+    parsed(node, "0308 000c 2000" + id + "0000");
+    EXPECT_EQ(node.lib->rxImage().listener.streamId, 0xa1U);
+    EXPECT_EQ(node.lib->rxImage().listener.listenerEvent(), MsrpListenerEvent::ignore);
 }
 
 // A frame with a LeaveAll, a declaration and a fault, received in each mode. What came before the

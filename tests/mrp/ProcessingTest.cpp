@@ -28,11 +28,10 @@ TEST(Processing, LeaveAllAnswersAsTheFrameDeclares) {
         bool registered;    // what the answer says
         std::string after;  // the registrar's state, from IN
     };
-    const std::vector<Case> cases{
-        {std::nullopt, false, "LV"},          {AttributeEvent::newEvent, true, "IN"},
-        {AttributeEvent::joinIn, true, "IN"}, {AttributeEvent::in, false, "LV"},
-        {AttributeEvent::joinMt, true, "IN"}, {AttributeEvent::mt, false, "LV"},
-        {AttributeEvent::lv, false, "LV"}};
+    const std::vector<Case> cases{{std::nullopt, false, "LV"}, {Ev::newEvent, true, "IN"},
+                                  {Ev::joinIn, true, "IN"},    {Ev::in, false, "LV"},
+                                  {Ev::joinMt, true, "IN"},    {Ev::mt, false, "LV"},
+                                  {Ev::lv, false, "LV"}};
     for (const Case& c : cases) {
         for (const Registrar before : {Registrar::IN, Registrar::MT}) {
             SCOPED_TRACE(testing::Message() << int{c.event.value_or(99)} << " in " << before);
@@ -41,8 +40,7 @@ TEST(Processing, LeaveAllAnswersAsTheFrameDeclares) {
             placeVlan(node, 200, Applicant::QO, Registrar::IN);  // not in the frame
             const std::string pdu = c.event ? vlanPdu(100, *c.event, true) : vlanLeaveAll;
             node.receive(pdu);
-            const std::uint8_t join =
-                c.registered ? AttributeEvent::joinIn : AttributeEvent::joinMt;
+            const std::uint8_t join = c.registered ? Ev::joinIn : Ev::joinMt;
             ASSERT_GE(node.sent.size(), 2U);
             // The LeaveAll's answers leave before the event of the frame is applied.
             EXPECT_EQ(node.sent[0].messages(), "010200010064" + text({std::uint8_t(join * 36)}) +
@@ -60,9 +58,9 @@ TEST(Processing, LeaveAllAnswersAsTheFrameDeclares) {
 
 TEST(Processing, DomainsFirstThenInOrderOfArrival) {
     TestNode node(MrpApplication::msrp);
-    node.receive(message(listenerType, stream(2), AttributeEvent::joinIn) +
-                 message(talkerAdvertiseType, talker(1), AttributeEvent::newEvent) +
-                 message(domainType, "06030002", AttributeEvent::joinIn) + pduEnd);
+    node.receive(message(listenerType, stream(2), Ev::joinIn) +
+                 message(talkerType, talker(1), Ev::newEvent) +
+                 onePdu(domainType, "06030002", Ev::joinIn));
     std::string order;
     for (const Indication& indication : node.lib->indications) {
         order += std::to_string(indication.attribute.attributeType);
@@ -70,70 +68,51 @@ TEST(Processing, DomainsFirstThenInOrderOfArrival) {
     EXPECT_EQ(order, "431");
     EXPECT_TRUE(nothingInHand(node.sm()));
     // A neighbour's Domain does not change what we declare of the class.
-    node.request(AttributeEvent::joinIn, domainType, hex("06030002"));
+    node.request(Ev::joinIn, domainType, hex("06030002"));
     node.runUntil(0.1);
     takeSent(node);
-    node.receive(message(domainType, "06020005", AttributeEvent::mt) + pduEnd);
-    EXPECT_EQ(takeSent(node), message(domainType, "06030002", AttributeEvent::joinIn) + pduEnd);
+    node.receive(onePdu(domainType, "06020005", Ev::mt));
+    EXPECT_EQ(takeSent(node), onePdu(domainType, "06030002", Ev::joinIn));
 }
 
 // The types of several LeaveAlls are answered in ascending order: in one packet, therefore.
 TEST(Processing, LeaveAllsInAscendingTypeOrder) {
     TestNode node(MrpApplication::msrp);
-    node.receive(message(talkerAdvertiseType, talker(1), AttributeEvent::joinIn) +
-                 message(listenerType, stream(1), AttributeEvent::joinIn) + pduEnd);
+    node.receive(message(talkerType, talker(1), Ev::joinIn) +
+                 onePdu(listenerType, stream(1), Ev::joinIn));
     takeSent(node);
     node.runUntil(1);
     node.receive(message(listenerType, stream(0), std::nullopt, true) +
-                 message(talkerAdvertiseType, talker(0), std::nullopt, true) + pduEnd);
-    ASSERT_EQ(node.sent.size(), 1U);
-    EXPECT_EQ(node.sent[0].messages(), message(talkerAdvertiseType, talker(1), AttributeEvent::mt) +
-                                           message(listenerType, stream(1), AttributeEvent::mt) +
-                                           pduEnd);
+                 message(talkerType, talker(0), std::nullopt, true) + pduEnd);
+    EXPECT_EQ(takeSent(node),
+              message(talkerType, talker(1), Ev::mt) + onePdu(listenerType, stream(1), Ev::mt));
     const auto& timers = node.sm().leaveAllSm()->intfLeaveAllSm(node.intf(1))->leaveAllPending();
     EXPECT_EQ(timers.at(1).expiryTime, 11);
     EXPECT_EQ(timers.at(3).expiryTime, 11);
     EXPECT_EQ(timers.at(2).expiryTime, 10);
 }
 
-TEST(Processing, FloodingStopsEventsButNotLeaveAlls) {
-    TestNode node(MrpApplication::mvrp, 2, [](MrpConfig& config) { config.mrpFloodingIs(true); });
-    placeVlan(node, 100, Applicant::QA, Registrar::IN);
-    node.receive(vlanPdu(100, AttributeEvent::joinIn, true));
-    EXPECT_EQ(node.states(vlanType, 100), "QA/LV");
-    node.receive(vlanJoin(101));
-    EXPECT_EQ(node.states(vlanType, 101), "-");
-    EXPECT_EQ(node.sm().parseContext()->eventsCounter(), 2U);
-    node.runUntil(2);
-    EXPECT_EQ(node.lib->indications.size(), 1U);
-    EXPECT_EQ(node.states(vlanType, 100), "QA/MT");
-    EXPECT_EQ(takeSent(node), vlanPdu(100, AttributeEvent::joinIn, true) + "|" + vlanJoin(101));
-}
-
 // An indication may make requests while a frame is being applied.
 TEST(Processing, IndicationDeclares) {
     TestNode node(MrpApplication::msrp, 2);
     node.lib->onIndication = [&](const Indication& indication) {
-        if (indication.attribute.attributeType == talkerAdvertiseType) {
+        if (indication.attribute.attributeType == talkerType) {
             const auto id = static_cast<unsigned>(indication.attribute.key);
-            node.request(AttributeEvent::joinIn, talkerAdvertiseType, hex(talker(id)), 2);
-            node.request(AttributeEvent::joinIn, listenerType, hex(stream(id) + "02000000"));
-            node.request(AttributeEvent::lv, talkerAdvertiseType, hex(talker(id)));
+            node.request(Ev::joinIn, talkerType, hex(talker(id)), 2);
+            node.request(Ev::joinIn, listenerType, hex(stream(id) + "02000000"));
+            node.request(Ev::lv, talkerType, hex(talker(id)));
         }
         return indication.attribute.key == 2;
     };
-    const auto joinIn = [](unsigned id) {
-        return message(talkerAdvertiseType, talker(id), AttributeEvent::joinIn);
-    };
-    node.receive(joinIn(1) + joinIn(2) + joinIn(3) +
-                 message(domainType, "06030002", AttributeEvent::joinIn) + pduEnd);
-    EXPECT_EQ(node.states(talkerAdvertiseType, 1), "AO/IN");
-    EXPECT_EQ(node.states(talkerAdvertiseType, 2), "AO/MT");  // discarded
-    EXPECT_EQ(node.states(talkerAdvertiseType, 3), "AO/IN");
+    const auto joinIn = [](unsigned id) { return message(talkerType, talker(id), Ev::joinIn); };
+    node.receive(joinIn(1) + joinIn(2) + joinIn(3) + onePdu(domainType, "06030002", Ev::joinIn));
+    EXPECT_EQ(node.states(talkerType, 1), "AO/IN");
+    EXPECT_EQ(node.states(talkerType, 2), "AO/MT");  // discarded
+    EXPECT_EQ(node.states(talkerType, 3), "AO/IN");
     for (const AttributeKey key : {1U, 2U, 3U}) {
-        EXPECT_EQ(node.states(talkerAdvertiseType, key, 2), "QA/MT");
+        EXPECT_EQ(node.states(talkerType, key, 2), "QA/MT");
         EXPECT_EQ(node.states(listenerType, key), "QA/MT");
-        EXPECT_EQ(stored(node, talkerAdvertiseType, key), talker(static_cast<unsigned>(key)));
+        EXPECT_EQ(stored(node, talkerType, key), talker(static_cast<unsigned>(key)));
     }
     EXPECT_EQ(node.log.back(),
               "MRP_JOIN: MRP Join received on et1, attrType: talkerAdvertise, key: 3, state: MT, "

@@ -29,11 +29,41 @@ void MrpSm::leaveAllTimeDel(IntfId intfId, AttributeType attributeType) {
 // --- Keys ---
 
 AttributeKey MrpSm::mrpGetTxAttributeKey() const {
-    return mrpLib_->txImage().key(parseContext_->attributeType(), mrpLib_->application());
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        return msrpGetTxAttributeKey();
+    case MrpApplication::mvrp:
+        return mvrpGetTxAttributeKey();
+    default:
+        return 0;
+    }
+}
+
+AttributeKey MrpSm::msrpGetTxAttributeKey() const {
+    return mrpLib_->txImage().key(parseContext_->attributeType(), MrpApplication::msrp);
+}
+
+AttributeKey MrpSm::mvrpGetTxAttributeKey() const {
+    return mrpLib_->txImage().key(parseContext_->attributeType(), MrpApplication::mvrp);
 }
 
 AttributeKey MrpSm::mrpGetRxAttributeKey() const {
-    return mrpLib_->rxImage().key(parseContext_->attributeType(), mrpLib_->application());
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        return msrpGetRxAttributeKey();
+    case MrpApplication::mvrp:
+        return mvrpGetRxAttributeKey();
+    default:
+        return 0;
+    }
+}
+
+AttributeKey MrpSm::msrpGetRxAttributeKey() const {
+    return mrpLib_->rxImage().key(parseContext_->attributeType(), MrpApplication::msrp);
+}
+
+AttributeKey MrpSm::mvrpGetRxAttributeKey() const {
+    return mrpLib_->rxImage().key(parseContext_->attributeType(), MrpApplication::mvrp);
 }
 
 // --- Look-up ---
@@ -142,10 +172,31 @@ void MrpSm::mrpDeleteAttrFromDatabase() {
 // --- Values ---
 
 void MrpSm::mrpPopulateValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const {
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        mrpPopulateMsrpValueInDatabase(record, fromTxImage);
+        break;
+    case MrpApplication::mvrp:
+        mrpPopulateMvrpValueInDatabase(record, fromTxImage);
+        break;
+    default:
+        break;
+    }
+}
+
+void MrpSm::mrpPopulateMsrpValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const {
+    populateValue(record, fromTxImage, MrpApplication::msrp);
+}
+
+void MrpSm::mrpPopulateMvrpValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const {
+    populateValue(record, fromTxImage, MrpApplication::mvrp);
+}
+
+void MrpSm::populateValue(MrpAttrDatabase& record, bool fromTxImage,
+                          MrpApplication application) const {
     const MrpValueImage& image = fromTxImage ? mrpLib_->txImage() : mrpLib_->rxImage();
     unsigned index = 0;
-    for (const std::uint8_t octet :
-         image.octets(parseContext_->attributeType(), mrpLib_->application())) {
+    for (const std::uint8_t octet : image.octets(parseContext_->attributeType(), application)) {
         record.attributeValueIs(index++, octet);
     }
 }
@@ -176,8 +227,30 @@ bool MrpSm::mvrpRxVectorSameAsDatabaseAttr() const {
 
 void MrpSm::mrpFillContextFromDatabase(const MrpAttribute& attribute) {
     parseContext_->attributeIs(attribute);
-    const auto rx = mrpLib_->rxImage().octets(attribute.attributeType, mrpLib_->application());
-    const auto tx = mrpLib_->txImage().octets(attribute.attributeType, mrpLib_->application());
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        mrpFillMsrpContextFromDatabase(attribute);
+        break;
+    case MrpApplication::mvrp:
+        mrpFillMvrpContextFromDatabase(attribute);
+        break;
+    default:
+        break;
+    }
+}
+
+void MrpSm::mrpFillMsrpContextFromDatabase(const MrpAttribute& attribute) {
+    fillImages(attribute, MrpApplication::msrp);
+}
+
+void MrpSm::mrpFillMvrpContextFromDatabase(const MrpAttribute& attribute) {
+    fillImages(attribute, MrpApplication::mvrp);
+}
+
+// Loads the stored value of the attribute in hand, zeros without a record, into both images.
+void MrpSm::fillImages(const MrpAttribute& attribute, MrpApplication application) {
+    const auto rx = mrpLib_->rxImage().octets(attribute.attributeType, application);
+    const auto tx = mrpLib_->txImage().octets(attribute.attributeType, application);
     if (rx.empty()) {
         MRP_TRACE(8, " valueSize = 0!! ");
         return;
@@ -191,22 +264,47 @@ void MrpSm::mrpFillContextFromDatabase(const MrpAttribute& attribute) {
 }
 
 void MrpSm::fillMrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& parsed) {
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        fillMsrpLibFromSavedValue(intfId, parsed);
+        break;
+    case MrpApplication::mvrp:
+        fillMvrpLibFromSavedValue(intfId, parsed);
+        break;
+    default:
+        break;
+    }
+}
+
+void MrpSm::fillMsrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& parsed) {
+    const MrpParsedAttributeKey& key = parsed.key();
+    if (!fillImages(parsed, MrpApplication::msrp) || key.attributeType != domainType) {
+        return;
+    }
+    const MrpAttrDatabase* record =
+        mrpGetAttrFromDatabase(intfId, domainType, key.attributeKey, true);
+    if (record != nullptr) {
+        const auto tx = mrpLib_->txImage().octets(domainType, MrpApplication::msrp);
+        std::copy_n(record->attributeValue().begin(), tx.size(), tx.begin());
+    }
+}
+
+void MrpSm::fillMvrpLibFromSavedValue(IntfId, const MrpParsedAttribute& parsed) {
+    fillImages(parsed, MrpApplication::mvrp);
+}
+
+// Loads a parsed value into both images. False for a type without values.
+bool MrpSm::fillImages(const MrpParsedAttribute& parsed, MrpApplication application) {
     const AttributeType type = parsed.key().attributeType;
-    const auto rx = mrpLib_->rxImage().octets(type, mrpLib_->application());
-    const auto tx = mrpLib_->txImage().octets(type, mrpLib_->application());
+    const auto rx = mrpLib_->rxImage().octets(type, application);
+    const auto tx = mrpLib_->txImage().octets(type, application);
     if (rx.empty()) {
         MRP_TRACE(8, " valueSize = 0!! ");
-        return;
+        return false;
     }
     parsed.attributeValue().copyTo(rx);
     std::copy(rx.begin(), rx.end(), tx.begin());
-    if (mrpLib_->application() == MrpApplication::msrp && type == domainType) {
-        const MrpAttrDatabase* record =
-            mrpGetAttrFromDatabase(intfId, type, parsed.key().attributeKey, true);
-        if (record != nullptr) {
-            std::copy_n(record->attributeValue().begin(), tx.size(), tx.begin());
-        }
-    }
+    return true;
 }
 
 Seconds MrpSm::mrpGetLeaveTime(IntfId intfId) const {

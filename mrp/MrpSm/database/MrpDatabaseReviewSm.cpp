@@ -23,6 +23,11 @@ MrpDatabaseReviewSm::MrpDatabaseReviewSm(MrpSm& mrpSm, Ptr<MrpAttrLogSm> mrpAttr
     handleInitialized();
 }
 
+void MrpDatabaseReviewSm::handleInitialized() {
+    MRP_TRACE_HANDLER();
+    initialized_ = true;
+}
+
 void MrpDatabaseReviewSm::doUpdateReviewTimer() {
     MRP_TRACE(8, className() << "::doUpdateReviewTimer()");
     if (!reviewTimer_.reviewPending() && !pendingEmpty()) {

@@ -36,7 +36,7 @@ class MrpDatabaseReviewSm : public RefCounted {
     virtual void reviewFirst() = 0;
 
   private:
-    void handleInitialized() { initialized_ = true; }
+    void handleInitialized();
 
     MrpSm& mrpSm_;
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;

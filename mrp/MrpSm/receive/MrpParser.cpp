@@ -306,18 +306,37 @@ void MrpSm::processThreeAndFourPacked(const Pkt& pkt, std::uint8_t event, std::u
 
 void MrpSm::saveParsedMrpAttribute() {
     const MrpParsedAttributeKey key{parseContext_->attributeType(), parseContext_->attributeKey()};
-    MrpParsedAttribute& attribute = mrpParsedAttribute_.attributeIs(key);
+    MrpParsedAttribute& attribute = mrpParsedAttributeIs(key);
     attribute.attributeEventIs(parseContext_->attributeEvent());
     saveParsedMrpAttributeValue(attribute);
-    const bool domain =
-        mrpLib_->application() == MrpApplication::msrp && key.attributeType == domainType;
-    (domain ? msrpParsedDomainKey_ : mrpParsedAttributeKey_).enq(key);
+    if (mrpLib_->application() == MrpApplication::msrp && key.attributeType == domainType) {
+        msrpParsedDomainKeyEnq(key);
+    } else {
+        mrpParsedAttributeKeyEnq(key);
+    }
 }
 
 void MrpSm::saveParsedMrpAttributeValue(MrpParsedAttribute& attribute) {
-    const MrpValueImage& image = mrpLib_->rxImage();
+    switch (mrpLib_->application()) {
+    case MrpApplication::msrp:
+        saveParsedMsrpAttributeValue(attribute);
+        break;
+    case MrpApplication::mvrp:
+        saveParsedMvrpAttributeValue(attribute);
+        break;
+    default:
+        break;
+    }
+}
+
+void MrpSm::saveParsedMsrpAttributeValue(MrpParsedAttribute& attribute) {
     attribute.attributeValue().assign(
-        image.octets(parseContext_->attributeType(), mrpLib_->application()));
+        mrpLib_->rxImage().octets(parseContext_->attributeType(), MrpApplication::msrp));
+}
+
+void MrpSm::saveParsedMvrpAttributeValue(MrpParsedAttribute& attribute) {
+    attribute.attributeValue().assign(
+        mrpLib_->rxImage().octets(parseContext_->attributeType(), MrpApplication::mvrp));
 }
 
 void MrpSm::skipMessageDueToFutureProtocolVersion(Pkt& pkt) {

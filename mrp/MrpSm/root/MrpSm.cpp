@@ -156,9 +156,9 @@ void MrpSm::becomeActive() {
     doInitializeCounters();
     parseContextIs("MrpParseContext");
     timerWheelIs(clock(), wheelTickMsecs, wheelInitialMaxTicks, true, wheelBucketSize);
-    mrpAttrLogSm_ = makePtr<MrpAttrLogSm>(findAttrLogOutput());
-    mrpDatabaseDeleteSm_ = makePtr<MrpDatabaseDeleteSm>(*this, mrpAttrLogSm_, clock());
-    mrpDatabaseAddSm_ = makePtr<MrpDatabaseAddSm>(*this, mrpAttrLogSm_, clock());
+    mrpAttrLogSmIs(findAttrLogOutput());
+    mrpDatabaseDeleteSmIs(mrpAttrLogSm_, clock());
+    mrpDatabaseAddSmIs(mrpAttrLogSm_, clock());
     applicantSmIs(mrpConfig_);
     registrarSmIs(mrpConfig_, timerWheel_);
     leaveAllSm_ = makePtr<MrpLeaveAllSm>(*this, mrpConfig_, timerWheel_);
@@ -217,6 +217,18 @@ void MrpSm::timerWheelIs(Clock& clock, unsigned tickMsecs, std::size_t initialMa
                          bool preserveOrder, std::size_t defaultBucketSize) {
     timerWheel_ =
         makePtr<TimerWheel>(clock, tickMsecs, initialMaxTicks, preserveOrder, defaultBucketSize);
+}
+
+void MrpSm::mrpAttrLogSmIs(Ptr<AttrLogSocketOutput> output) {
+    mrpAttrLogSm_ = makePtr<MrpAttrLogSm>(std::move(output));
+}
+
+void MrpSm::mrpDatabaseDeleteSmIs(const Ptr<MrpAttrLogSm>& mrpAttrLogSm, Clock& clock) {
+    mrpDatabaseDeleteSm_ = makePtr<MrpDatabaseDeleteSm>(*this, mrpAttrLogSm, clock);
+}
+
+void MrpSm::mrpDatabaseAddSmIs(const Ptr<MrpAttrLogSm>& mrpAttrLogSm, Clock& clock) {
+    mrpDatabaseAddSm_ = makePtr<MrpDatabaseAddSm>(*this, mrpAttrLogSm, clock);
 }
 
 Ptr<AttrLogSocketOutput> MrpSm::findAttrLogOutput() const {

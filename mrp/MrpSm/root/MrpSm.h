@@ -100,6 +100,13 @@ class MrpSm final : public RefCounted {
     void applicantSmDel() { applicantSm_ = nullptr; }
     Ptr<MrpRegistrarSm> registrarSmIs(Ptr<MrpConfig> mrpConfig, Ptr<TimerWheel> timerWheel);
     void registrarSmDel() { registrarSm_ = nullptr; }
+    // The context of that name, with its events counter at 0.
+    void parseContextIs(const char* name);
+    void parseContextDel() { parseContext_ = nullptr; }
+    void mrpAttrLogSmIs(Ptr<AttrLogSocketOutput> output);
+    void mrpAttrLogSmDel() { mrpAttrLogSm_ = nullptr; }
+    void mrpDatabaseDeleteSmIs(const Ptr<MrpAttrLogSm>& mrpAttrLogSm, Clock& clock);
+    void mrpDatabaseAddSmIs(const Ptr<MrpAttrLogSm>& mrpAttrLogSm, Clock& clock);
 
     // ===== Receive =====
 
@@ -118,6 +125,8 @@ class MrpSm final : public RefCounted {
     void skipMessageDueToFutureProtocolVersion(Pkt& pkt);
     void saveParsedMrpAttribute();
     void saveParsedMrpAttributeValue(MrpParsedAttribute& attribute);
+    void saveParsedMsrpAttributeValue(MrpParsedAttribute& attribute);
+    void saveParsedMvrpAttributeValue(MrpParsedAttribute& attribute);
 
     // Set when an MRPDU's protocol version is newer than ours, until the frame has been processed.
     // One flag for the whole process.
@@ -143,8 +152,22 @@ class MrpSm final : public RefCounted {
     void mrpRxLeaveAllDel(AttributeType type) { mrpRxLeaveAll_.erase(type); }
     void mrpRxLeaveAllDelAll() { mrpRxLeaveAll_.clear(); }
     MrpParsedAttributes& mrpParsedAttribute() { return mrpParsedAttribute_; }
+    MrpParsedAttribute& mrpParsedAttributeIs(const MrpParsedAttributeKey& key) {
+        return mrpParsedAttribute_.attributeIs(key);
+    }
+    void mrpParsedAttributeDel(const MrpParsedAttributeKey& key) {
+        mrpParsedAttribute_.attributeDel(key);
+    }
+    void mrpParsedAttributeDelAll() { mrpParsedAttribute_.attributeDelAll(); }
     IndexedQueue<MrpParsedAttributeKey>& mrpParsedAttributeKey() { return mrpParsedAttributeKey_; }
+    void mrpParsedAttributeKeyEnq(const MrpParsedAttributeKey& key) {
+        mrpParsedAttributeKey_.enq(key);
+    }
+    void mrpParsedAttributeKeyDelAll() { mrpParsedAttributeKey_.delAll(); }
+    // The keys of MSRP Domains, which go first.
     IndexedQueue<MrpParsedAttributeKey>& msrpParsedDomainKey() { return msrpParsedDomainKey_; }
+    void msrpParsedDomainKeyEnq(const MrpParsedAttributeKey& key) { msrpParsedDomainKey_.enq(key); }
+    void msrpParsedDomainKeyDelAll() { msrpParsedDomainKey_.delAll(); }
     // Forgets the rest of the frame in hand; that of an interface, if it is the one that received
     // it.
     void dropParsed();
@@ -182,18 +205,28 @@ class MrpSm final : public RefCounted {
     void mrpDeleteAttrFromDatabase();
     // Copies the value in hand into the record, from the transmit or the received image.
     void mrpPopulateValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const;
+    void mrpPopulateMsrpValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const;
+    void mrpPopulateMvrpValueInDatabase(MrpAttrDatabase& record, bool fromTxImage) const;
     // Whether the received value equals the one stored for the attribute in hand.
     bool mrpRxVectorSameAsDatabaseAttr();
     bool msrpRxVectorSameAsDatabaseAttr();
     bool mvrpRxVectorSameAsDatabaseAttr() const;
     // Makes an attribute the one in hand and loads its stored value into both images.
     void mrpFillContextFromDatabase(const MrpAttribute& attribute);
+    void mrpFillMsrpContextFromDatabase(const MrpAttribute& attribute);
+    void mrpFillMvrpContextFromDatabase(const MrpAttribute& attribute);
     // Loads a parsed value into both images; a Domain that has a record keeps its stored value in
     // the transmit image, so that we go on declaring our own.
     void fillMrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& parsed);
+    void fillMsrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& parsed);
+    void fillMvrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& parsed);
     // The key that an image has for the attribute type in hand.
     AttributeKey mrpGetTxAttributeKey() const;
+    AttributeKey msrpGetTxAttributeKey() const;
+    AttributeKey mvrpGetTxAttributeKey() const;
     AttributeKey mrpGetRxAttributeKey() const;
+    AttributeKey msrpGetRxAttributeKey() const;
+    AttributeKey mvrpGetRxAttributeKey() const;
 
     // How long a registration on the interface outlives the event that ends it.
     Seconds mrpGetLeaveTime(IntfId intfId) const;
@@ -251,7 +284,6 @@ class MrpSm final : public RefCounted {
     // Root
     void doInitializePamMan();
     void doInitializeCounters();
-    void parseContextIs(const char* name);
     void timerWheelIs(Clock& clock, unsigned tickMsecs, std::size_t initialMaxTicks,
                       bool preserveOrder, std::size_t defaultBucketSize);
     void rebuildAttrIter();
@@ -271,6 +303,9 @@ class MrpSm final : public RefCounted {
     // Database
     void databaseChanged() { ++databaseGeneration_; }
     MrpAttrDatabase* committedRecord(const MrpAttribute& attribute) const;
+    void populateValue(MrpAttrDatabase& record, bool fromTxImage, MrpApplication application) const;
+    void fillImages(const MrpAttribute& attribute, MrpApplication application);
+    bool fillImages(const MrpParsedAttribute& parsed, MrpApplication application);
 
     Ptr<const Bridging::Config> brConfig_;
     MrpLib* mrpLib_;
