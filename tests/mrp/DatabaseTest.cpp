@@ -280,7 +280,7 @@ TEST(Database, LeaveAllPrunesKeysWithoutARecord) {
     // The last key takes the set with it, while it is being walked.
     node.request(Ev::internalLeave, vlanType, hex("0005"));
     node.sm().addToAttrIter(node.intf(1), vlanType, 3);
-    node.receive(vlanLeaveAll);
+    node.receive(message(vlanType, vlan(9), std::nullopt, true) + pduEnd);
     EXPECT_EQ(iterKeys(node), "-");
     EXPECT_EQ(node.states(vlanType, 3), "-");
     EXPECT_EQ(node.lib->txImage().vlan.vlanId, 0);  // no record: nothing of another one's value

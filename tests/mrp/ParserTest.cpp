@@ -203,6 +203,9 @@ TEST(Parser, StepsReportAndConsume) {
     EXPECT_EQ(node.sm().parseContext()->leaveAll(), 1U);
     EXPECT_EQ(step(vlan64), "parseContinue0");
     EXPECT_EQ(node.sm().parseContext()->leaveAll(), 0U);
+    node.sm().recycledPktIs(true);
+    EXPECT_EQ(parsed(node, "0102 2001 0064 24 0000"), "e1");
+    EXPECT_FALSE(node.sm().recycledPkt());
 }
 
 TEST(Parser, FiledValuesHoldTheirOctets) {

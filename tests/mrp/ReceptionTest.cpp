@@ -55,15 +55,15 @@ TEST(Reception, TheTagsVlanIdIsTraced) {
 }
 
 TEST(Reception, AcceptedFramesFlushWhatIsPending) {
-    TestNode node(MrpApplication::mvrp);
-    node.declareVlan(5);
+    TestNode node(MrpApplication::mvrp, 2);
+    node.declareVlan(5, 2);
     node.receiveFrame(hex("0180c200000e" + neighbour + ours + declaration));
     EXPECT_TRUE(node.sent.empty()) << "a dropped frame ends at once";
     node.receiveFrame(hex(group + neighbour + ours));
-    EXPECT_EQ(node.sent.size(), 2U) << "even an empty MRPDU is followed by the transmit";
-    node.declareVlan(6);
+    EXPECT_EQ(node.sent.size(), 2U) << "on all interfaces, even behind an empty MRPDU";
+    node.declareVlan(6, 2);
     node.receive("01");
-    EXPECT_EQ(node.sent.size(), 4U) << "and so is a malformed one";
+    EXPECT_EQ(node.sent.size(), 4U) << "and behind a malformed one";
 }
 
 TEST(Reception, OneFrameANotification) {

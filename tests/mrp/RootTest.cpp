@@ -138,6 +138,8 @@ TEST(Root, StandbyBecomesActive) {
     takeSent(node);
     node.runUntil(25);
     EXPECT_EQ(takeSent(node), vlanLeaveAll + "|" + vlanLeaveAll);
+    becomeActive(node);  // nothing starts twice
+    EXPECT_GT(node.counters().numOfPktsProcessed(), 0U);
 }
 
 // Everything is under way when the engine goes; nothing of it is called afterwards.

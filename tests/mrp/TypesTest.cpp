@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <sstream>
+#include <unordered_set>
 
 #include "Wire.h"
 
@@ -73,6 +75,18 @@ TEST(Types, KeysAreReadFromTheValueOctets) {
     EXPECT_EQ(key(MrpApplication::mvrp, vlanType, "f064"), 0xf064U);
     EXPECT_EQ(key(MrpApplication::mvrp, 2, ""), 0U);
     EXPECT_EQ(key(MrpApplication::none, 1, ""), 0U);
+}
+
+TEST(Types, AttributesCompareAndHashByAllFields) {
+    const IntfId a("order-a");
+    const IntfId b("order-b");
+    const std::vector<MrpAttribute> ascending = {{a, 1, 1}, {a, 1, 2}, {a, 2, 0}, {b, 1, 0}};
+    EXPECT_TRUE(std::ranges::is_sorted(ascending));
+    std::unordered_set<MrpAttribute> set(ascending.begin(), ascending.end());
+    set.insert({IntfId("order-b"), 1, 0});
+    EXPECT_EQ(set.size(), 4U);
+    const std::unordered_set<MrpParsedAttributeKey> keys = {{1, 2}, {2, 1}, {1, 1}, {1, 2}};
+    EXPECT_EQ(keys.size(), 3U);
 }
 
 TEST(Types, ValueOctetsAre65) {
@@ -156,6 +170,11 @@ TEST(Types, ParsedAttributesBehaveLikeAMap) {
         attributes.attributeDelAll();
         ASSERT_TRUE(model.empty() || attributes.find(model.begin()->first) == nullptr);
     }
+    for (AttributeKey key = 0; key < 10000; ++key) {  // what was deleted does not fill it up
+        attributes.attributeIs({1, key});
+        attributes.attributeDel({1, key});
+    }
+    EXPECT_EQ(attributes.size(), 0U);
 }
 
 }  // namespace
