@@ -25,7 +25,7 @@ LinuxEthDevPam::LinuxEthDevPam(IntfId intfId, std::string interfaceName,
       activityManager_(activityManager),
       parameters_(parameters),
       checkAlarm_(activityManager.clock(), [this] { checkInterface(); }),
-      listenAlarm_(activityManager.clock(), [this] { listen(); }) {
+      listenAlarm_(activityManager.clock(), [this] { listenAgain(); }) {
     openSocket();
 }
 
@@ -35,12 +35,24 @@ LinuxEthDevPam::~LinuxEthDevPam() {
 
 void LinuxEthDevPam::openSocket() {
     socket_.emplace(interfaceName_, parameters_);
-    listen();
+    try {
+        listen();
+    } catch (...) {
+        socket_.reset();  // a socket that nobody watches is none
+        throw;
+    }
 }
 
 void LinuxEthDevPam::listen() {
     activityManager_.descriptorIs(
         socket_->fd(), [this] { handleReadable(); }, [this] { handleFailure(); });
+}
+
+void LinuxEthDevPam::listenAgain() {
+    // Set first: should the system refuse, it is asked again.
+    listenAlarm_.expiryIs(activityManager_.clock().now() + listenInterval);
+    listen();
+    listenAlarm_.expiryIs(never);
 }
 
 void LinuxEthDevPam::closeSocket() {

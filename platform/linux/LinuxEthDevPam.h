@@ -48,6 +48,7 @@ class LinuxEthDevPam final : public EthDevPam {
     void openSocket();
     void closeSocket();
     void listen();
+    void listenAgain();
     void handleReadable();
     void handleFailure();
     void checkInterface();

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "mrp/MrpSm/types/MrpTrace.h"
-#include "platform/base/ScopeGuard.h"
 
 namespace Mrp {
 
@@ -40,16 +39,28 @@ void MrpDatabaseReviewSm::doReview() {
         return;
     }
     MRP_TRACE(8, className() << "::doReview()");
-    // Also when an entry cannot be applied for want of memory: then what is left is tried again.
-    const ScopeGuard again([this] { doUpdateReviewTimer(); });
-    while (!pendingEmpty()) {
-        if (mrpAttrLogSm_ && mrpAttrLogSm_->isAttrLogOutClogged()) {
+    try {
+        if (!reviewAll()) {
             clock_.expiryIs(clock_.clock().now() + cloggedRetry);
             return;
         }
-        reviewFirst();
+    } catch (...) {
+        doUpdateReviewTimer();  // what is left for want of memory is tried again
+        throw;
     }
     lastReview_ = clock_.clock().now();
+    doUpdateReviewTimer();
+}
+
+// False when the log is clogged before the end.
+bool MrpDatabaseReviewSm::reviewAll() {
+    while (!pendingEmpty()) {
+        if (mrpAttrLogSm_ && mrpAttrLogSm_->isAttrLogOutClogged()) {
+            return false;
+        }
+        reviewFirst();
+    }
+    return true;
 }
 
 }  // namespace Mrp

@@ -37,6 +37,7 @@ class MrpDatabaseReviewSm : public RefCounted {
 
   private:
     void handleInitialized();
+    bool reviewAll();
 
     MrpSm& mrpSm_;
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;

@@ -112,7 +112,6 @@ void MrpIntfPamSm::processFrame(Pkt& pkt) {
     // Whatever way this is left, nothing of the frame stays behind.
     const ScopeGuard clear([this] {
         mrpSm_.dropParsed();
-        mrpSm_.recycledPktIs(false);
         MrpSm::futureProtocolVersionIs(false);
     });
     pkt.delSharedHeadData(ethHeaderSize);

@@ -48,9 +48,10 @@ void MrpSm::processParsedAttributes(IntfId intfId) {
         const AttributeType type = mrpRxLeaveAll_.begin()->first;
         mrpProcessRxLeaveAll(intfId, type);
         if (leaveAllSm_->restart(intfId, type, period)) {
-            MRP_TRACE(7, " txLeaveAll repunched now = "
-                             << secondsText(clock().now()) << " at = " << clock().now() + period
-                             << " for type = " << +type << " on intf = " << intfId.name());
+            MRP_TRACE(7, " txLeaveAll repunched now = " << secondsText(clock().now()) << " at = "
+                                                        << secondsText(clock().now() + period)
+                                                        << " for type = " << +type
+                                                        << " on intf = " << intfId.name());
         }
         mrpRxLeaveAllDel(type);
     }

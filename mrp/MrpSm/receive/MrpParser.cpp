@@ -8,6 +8,7 @@
 #include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/BigEndian.h"
+#include "platform/base/ScopeGuard.h"
 #include "platform/base/Text.h"
 
 // The parser (IEEE 802.1Q clause 10.8): walks one MRPDU from head to end, files every value with
@@ -49,6 +50,7 @@ MrpParseStatus MrpSm::cutShort() {
 }
 
 void MrpSm::parseMrpdu(Pkt& pkt) {
+    const ScopeGuard clear([this] { recycledPktIs(false); });
     MRP_TRACE(8, "parseMrpdu payload= " << pkt.bytes() << " bytes! ");
     MrpParseStatus status = MrpParseStatus::parseContinue;
     if (pkt.bytes() > 0) {
@@ -65,7 +67,6 @@ void MrpSm::parseMrpdu(Pkt& pkt) {
     while (status == MrpParseStatus::parseContinue && pkt.bytes() > 0) {
         status = parseMessage(pkt);
     }
-    recycledPktIs(false);
     MRP_TRACE(8, "End of Mark/End of Packet reached, coming out \n"
                      << "parse status = " << status);
 }

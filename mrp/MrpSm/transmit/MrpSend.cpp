@@ -206,6 +206,7 @@ void MrpLib::sendLeaveAllRequest(const MrpParameters& parameters, IntfId queued,
                                                             << "attrType = " << +type);
     mrpSendAttributeIntf(parameters, queued, false);
     mrpSm_->leaveAllTimeIs(queued, type, leaveAllTime);
+    // A record of a type that the application lacks would outlive the interface.
     const bool known = type != 0 && type <= mrpSm_->maxAttrTypes();
     const Ptr<MrpIntfLeaveAllSm> machine = mrpSm_->leaveAllSm()->intfLeaveAllSm(queued);
     if (known && machine) {
