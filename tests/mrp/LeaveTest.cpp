@@ -11,6 +11,7 @@ namespace {
 
 const std::string lv100 = vlanLv(100);
 const std::string join100 = vlanJoin(100);
+const std::string join101 = vlanJoin(101);
 
 // "100@1.6 101@1.6": the leave indications since the last call, with their times.
 std::string leaves(TestNode& node) {
@@ -24,80 +25,74 @@ std::string leaves(TestNode& node) {
     return out.str();
 }
 
-void receiveAt(TestNode& node, Seconds t, const std::string& pdu, std::size_t number = 1) {
-    node.runUntil(t);
-    node.receive(pdu, number);
+// "100=AO/IN 101=VO/LV": the attributes of et1 that look-ups show.
+std::string attributes(TestNode& node) {
+    std::string result;
+    for (const AttributeKey key : node.sm().visibleKeys(node.intf(1), vlanType)) {
+        result +=
+            (result.empty() ? "" : " ") + std::to_string(key) + "=" + node.states(vlanType, key);
+    }
+    return result;
 }
 
 }  // namespace
 
-TEST(Leave, SharedTimerExpiresWithItsLastKey) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(join100);
-    receiveAt(node, 1.0, vlanLeaveAll);
-    receiveAt(node, 1.3, vlanJoin(101));
-    receiveAt(node, 1.3, vlanLeaveAll);
-    node.runUntil(1.89);
-    EXPECT_EQ(leaves(node), "");
-    EXPECT_EQ(node.sm().registrarSm()->leaveSm().size(), 1U);
-    node.runUntil(5);
-    EXPECT_EQ(leaves(node), "100@1.9 101@1.9");
-    EXPECT_TRUE(node.sm().registrarSm()->leaveSm().empty());
-    EXPECT_EQ(node.states(vlanType, 100), "-");
-    EXPECT_EQ(node.counters().numOfLeaveIndications(), 2U);
-}
-
-TEST(Leave, RepeatedEventsDoNotRestart) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(join100);
-    receiveAt(node, 1.0, lv100);
-    receiveAt(node, 1.3, lv100);
-    node.runUntil(3);
-    EXPECT_EQ(leaves(node), "100@1.6");
-    receiveAt(node, 3, join100);
-    receiveAt(node, 4.0, vlanLeaveAll);
-    receiveAt(node, 4.3, vlanLeaveAll);
-    node.runUntil(6);
-    EXPECT_EQ(leaves(node), "100@4.6");
-}
-
-// An attribute can wait in both timers; the first ends the leave, and the other must not end a
-// registration that came between.
-TEST(Leave, FirstOfTwoTimersEndsTheLeave) {
-    for (const bool explicitFirst : {true, false}) {
+TEST(Leave, WhatEndsWhen) {
+    struct Step {
+        Seconds at;
+        std::string pdu;
+        bool notify = true;  // if not, the frame waits in the socket
+    };
+    struct Row {
+        const char* what;
+        std::vector<Step> steps;
+        std::string expected;  // the leaves, and the attributes afterwards
+    };
+    const std::vector<Row> rows{
+        {"the shared timer expires with its last key",
+         {{0, join100}, {1, vlanLeaveAll}, {1.3, join101}, {1.3, vlanLeaveAll}},
+         "100@1.9 101@1.9; "},
+        {"a repeated Lv does not restart", {{0, join100}, {1, lv100}, {1.3, lv100}}, "100@1.6; "},
+        {"nor does a repeated LeaveAll",
+         {{0, join100}, {1, vlanLeaveAll}, {1.3, vlanLeaveAll}},
+         "100@1.6; "},
+        // An attribute can wait in both timers; the first ends the leave, and the other must not
+        // end a registration that came between.
+        {"Lv before LeaveAll",
+         {{0, join100}, {1, lv100}, {1.3, vlanLeaveAll}, {1.7, join100}},
+         "100@1.6; 100=AO/IN"},
+        {"LeaveAll before Lv",
+         {{0, join100}, {1, vlanLeaveAll}, {1.3, lv100}, {1.7, join100}},
+         "100@1.6; 100=AO/IN"},
+        {"a Join takes the key out of both, and a later leave starts anew",
+         {{0, join100}, {1, lv100}, {1, vlanLeaveAll}, {1.2, join100}, {1.4, lv100}},
+         "100@2; "},
+        {"a frame that waits in the socket when the timer expires goes first",
+         {{0, join100}, {1, lv100}, {1, join100, false}},
+         "; 100=AO/IN"},
+        {"exactly one",
+         {{0, join100}, {1, lv100}, {1, join101, false}, {1, join100, false}},
+         "100@1.6; 101=AO/IN"},
+        {"what that frame brings under the expiring timer expires with it",
+         {{0, join100}, {1, vlanLeaveAll}, {1.2, join101}, {1.2, vlanLeaveAll, false}},
+         "100@1.6 101@1.6; "},
+        // The explicit timer of key 0 and the shared timer have the same name.
+        {"of these two who expires first takes the other along",
+         {{0, vlanJoin(0)}, {0, vlanJoin(5)}, {1, vlanLv(0)}, {1.3, vlanLeaveAll}},
+         "0@1.6; 5=VO/LV"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
         TestNode node(MrpApplication::mvrp);
-        node.receive(join100);
-        receiveAt(node, 1.0, explicitFirst ? lv100 : vlanLeaveAll);
-        receiveAt(node, 1.3, explicitFirst ? vlanLeaveAll : lv100);
-        receiveAt(node, 1.7, join100);
-        EXPECT_EQ(leaves(node), "100@1.6");
-        node.runUntil(3);
-        EXPECT_EQ(leaves(node), "");
-        EXPECT_EQ(node.states(vlanType, 100).substr(3), "IN");
+        for (const Step& step : row.steps) {
+            node.runUntil(step.at);
+            node.receiveFrame(node.frameOf(step.pdu), step.notify);
+        }
+        node.runUntil(5);
+        EXPECT_EQ(leaves(node) + "; " + attributes(node), row.expected);
         EXPECT_TRUE(node.sm().registrarSm()->leaveSm().empty());
         EXPECT_TRUE(node.sm().registrarSm()->explicitLeaveSm().empty());
     }
-}
-
-TEST(Leave, RejoinTakesTheKeyOutAndALaterLeaveStartsAnew) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(join100);
-    receiveAt(node, 1.0, lv100);
-    receiveAt(node, 1.0, vlanLeaveAll);
-    receiveAt(node, 1.2, join100);
-    receiveAt(node, 1.4, lv100);
-    node.runUntil(1.9);
-    EXPECT_EQ(leaves(node), "");
-    node.runUntil(3);
-    EXPECT_EQ(leaves(node), "100@2");
-    // A key that is marked false gets no event.
-    receiveAt(node, 3, join100);
-    node.receive(lv100);
-    const MrpAttribute attribute{node.intf(1), vlanType, 100};
-    node.sm().registrarSm()->explicitLeaveSm().at(attribute)->leavePendingIs(100, false);
-    node.runUntil(5);
-    EXPECT_EQ(leaves(node), "");
-    EXPECT_EQ(node.states(vlanType, 100).substr(3), "LV");
 }
 
 TEST(Leave, InterfaceLeaveTimeOverridesTheGlobalOne) {
@@ -108,13 +103,10 @@ TEST(Leave, InterfaceLeaveTimeOverridesTheGlobalOne) {
     });
     for (const std::size_t number : {1U, 2U, 3U}) {
         node.receive(join100, number);
+        node.receive(number == 2 ? vlanLeaveAll : lv100, number);
     }
-    node.runUntil(1);
-    node.receive(lv100, 1);
-    node.receive(vlanLeaveAll, 2);
-    node.receive(lv100, 3);
     node.runUntil(5);
-    EXPECT_EQ(leaves(node), "100@1.8 100@1.8 100@2.5");
+    EXPECT_EQ(leaves(node), "100@0.8 100@0.8 100@1.5");
 }
 
 // The leave time after an own LeaveAll has a setting of its own, and 0.6 says that it is not set.
@@ -136,45 +128,12 @@ TEST(Leave, OwnLeaveAllHasALeaveTimeOfItsOwn) {
     }
 }
 
-// A frame that waits in the socket when the timer expires is processed first. Exactly one.
-TEST(Leave, WaitingFrameGoesFirst) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(join100);
-    receiveAt(node, 1, lv100);
-    node.receiveFrame(node.frameOf(join100), false);
-    node.runUntil(3);
-    EXPECT_EQ(leaves(node), "");
-    EXPECT_EQ(node.states(vlanType, 100).substr(3), "IN");
-
-    node.receive(lv100);
-    node.receiveFrame(node.frameOf(vlanJoin(200)), false);
-    node.receiveFrame(node.frameOf(join100), false);
-    node.runUntil(5);
-    EXPECT_EQ(leaves(node), "100@3.6");
-    EXPECT_EQ(node.states(vlanType, 200), "AO/IN");
-    EXPECT_TRUE(node.sm().pamCollection()->pam(node.intf(1))->hasDataOnSocket());
-}
-
-// What that frame brings under the expiring timer expires with it.
-TEST(Leave, KeysOfTheWaitingFrameExpireWithTheOthers) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(join100);
-    receiveAt(node, 1, vlanLeaveAll);
-    receiveAt(node, 1.2, vlanJoin(101));
-    node.receiveFrame(node.frameOf(vlanLeaveAll), false);
-    node.runUntil(1.6);
-    EXPECT_EQ(leaves(node), "100@1.6 101@1.6");
-    node.runUntil(3);
-    EXPECT_EQ(leaves(node), "");
-    EXPECT_TRUE(node.sm().registrarSm()->leaveSm().empty());
-}
-
 // The waiting frame's indication takes the interface, and with it the timer, away.
 TEST(Leave, TimerCanGoWhileTheWaitingFrameIsProcessed) {
-    TestNode node(MrpApplication::mvrp, 2);
+    TestNode node(MrpApplication::mvrp);
     node.receive(join100);
-    receiveAt(node, 1, lv100);
-    node.receiveFrame(node.frameOf(vlanJoin(200)), false);
+    node.receive(lv100);
+    node.receiveFrame(node.frameOf(join101), false);
     node.lib->onIndication = [&](const Indication&) {
         node.instance->disable(node.intf(1));
         return false;
@@ -183,9 +142,6 @@ TEST(Leave, TimerCanGoWhileTheWaitingFrameIsProcessed) {
     EXPECT_EQ(leaves(node), "");
     EXPECT_EQ(node.states(vlanType, 100), "-");
     EXPECT_TRUE(node.sm().registrarSm()->explicitLeaveSm().empty());
-    node.lib->onIndication = nullptr;
-    node.receive(join100, 2);
-    EXPECT_EQ(node.states(vlanType, 100, 2), "AO/IN");
 }
 
 TEST(Leave, InterfaceDisabledInALeaveIndication) {
@@ -206,27 +162,9 @@ TEST(Leave, InterfaceDisabledInALeaveIndication) {
     };
     node.runUntil(2);
     EXPECT_EQ(leaves(node), "100@1.1 100@1.1");  // one an interface
-    for (const AttributeKey key : {100U, 101U, 102U}) {
-        EXPECT_EQ(node.states(vlanType, key), "-");
-        EXPECT_FALSE(node.committed(vlanType, key));
-    }
+    EXPECT_EQ(attributes(node), "");
+    EXPECT_FALSE(node.committed(vlanType, 100));
     EXPECT_TRUE(node.sm().addPendingAttr().empty());
-}
-
-// The explicit timer of key 0 and the shared timer have the same name: who expires first takes the
-// other along.
-TEST(Leave, KeyZeroSharesItsName) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(vlanJoin(0));
-    node.receive(vlanJoin(5));
-    receiveAt(node, 1.0, vlanLv(0));
-    receiveAt(node, 1.3, vlanLeaveAll);
-    node.runUntil(1.7);
-    EXPECT_EQ(leaves(node), "0@1.6");
-    EXPECT_TRUE(node.sm().registrarSm()->leaveSm().empty());
-    node.runUntil(5);
-    EXPECT_EQ(leaves(node), "");
-    EXPECT_EQ(node.states(vlanType, 5), "VO/LV");
 }
 
 }  // namespace MrpTest

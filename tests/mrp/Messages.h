@@ -11,17 +11,23 @@ namespace MrpTest {
 namespace Ev = AttributeEvent;
 inline constexpr AttributeType talkerType = talkerAdvertiseType;
 
-// Octets that every value carries but the test does not care about, as hexadecimal text.
+using Applicant = MrpApplicantState;
+using Registrar = MrpRegistrarState;
+
+inline std::string octet(unsigned number) {
+    return text({static_cast<std::uint8_t>(number)});
+}
+
+// Values as hexadecimal text: identifiers up to 255, and what the test does not care about.
 inline std::string stream(unsigned id) {
-    std::string digits = "000000000000000";
-    return digits + "0123456789abcdef"[id & 15U];
+    return "00000000000000" + octet(id);
 }
 inline std::string talker(unsigned id, unsigned latency = 0) {
-    return stream(id) + "91e0f000000" + "0123456789abcdef"[id & 15U] + "0002" + "05dc0001" + "70" +
-           "000000" + text({static_cast<std::uint8_t>(latency)});
+    return stream(id) + "91e0f00000" + octet(id) + "0002" + "05dc0001" + "70" + "000000" +
+           octet(latency);
 }
-inline std::string vlan(std::uint16_t id) {
-    return text({static_cast<std::uint8_t>(id >> 8), static_cast<std::uint8_t>(id)});
+inline std::string vlan(unsigned id) {
+    return octet(id >> 8U) + octet(id & 255U);
 }
 
 // One message of one vector as hexadecimal text: of one value with its event (and, for a Listener,
@@ -34,15 +40,15 @@ inline std::string message(AttributeType type, const std::string& firstValue,
     std::string vector = leaveAll ? "20" : "00";
     vector += (event ? "01" : "00") + firstValue;
     if (event) {
-        vector += text({static_cast<std::uint8_t>(*event * 36)});
+        vector += octet(*event * 36U);
         if (msrp && type == listenerType) {
-            vector += text({static_cast<std::uint8_t>(static_cast<unsigned>(listener) << 6U)});
+            vector += octet(static_cast<unsigned>(listener) << 6U);
         }
     }
     vector += "0000";
-    std::string header = text({type, static_cast<std::uint8_t>(length)});
+    std::string header = octet(type) + octet(static_cast<unsigned>(length));
     if (msrp) {
-        header += text({0, static_cast<std::uint8_t>(vector.size() / 2)});
+        header += "00" + octet(static_cast<unsigned>(vector.size() / 2));
     }
     return header + vector;
 }
@@ -65,7 +71,7 @@ inline std::string vlanLv(std::uint16_t id) {
 // A LeaveAll and nothing else.
 inline const std::string vlanLeaveAll = message(vlanType, vlan(0), std::nullopt, true) + pduEnd;
 // JoinIn for VLANs 100 to 102, in one vector.
-inline const std::string joins100to102 = "010200030064" + text({36 + 6 + 1}) + "00000000";
+inline const std::string joins100to102 = "010200030064" + octet(36 + 6 + 1) + "00000000";
 
 // The MRPDUs sent since the last call, with a bar between them.
 inline std::string takeSent(TestNode& node) {
@@ -78,8 +84,8 @@ inline std::string takeSent(TestNode& node) {
 }
 
 // An attribute that exists without protocol.
-inline Ptr<MrpAttrDatabase> placeVlan(TestNode& node, std::uint16_t id, MrpApplicantState applicant,
-                                      MrpRegistrarState registrar) {
+inline Ptr<MrpAttrDatabase> placeVlan(TestNode& node, std::uint16_t id, Applicant applicant,
+                                      Registrar registrar) {
     node.lib->rxImage().vlan.vlanId = id;
     return node.place(vlanType, id, applicant, registrar);
 }

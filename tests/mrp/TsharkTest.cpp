@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +8,7 @@
 #include <random>
 
 #include "Wire.h"
+#include "platform/base/ScopeGuard.h"
 
 // What the engine sends, as another's dissector understands it.
 namespace MrpTest::Wire {
@@ -18,26 +18,7 @@ using Json = nlohmann::json;
 constexpr std::uint64_t s = 0x0011223344550001;
 constexpr std::uint64_t d = 0x91e0f0000e80;
 
-// A directory that goes with its owner.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "mrp-XXXXXX").string();
-        path_ = mkdtemp(name.data()) != nullptr ? name : std::string();
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
-
-void writePcap(const std::filesystem::path& path, const std::vector<SentFrame>& frames) {
+void writePcap(const std::string& path, const std::vector<SentFrame>& frames) {
     std::ofstream out(path, std::ios::binary);
     const auto write = [&out](const auto&... numbers) {
         (out.write(reinterpret_cast<const char*>(&numbers), sizeof numbers), ...);
@@ -54,22 +35,18 @@ void writePcap(const std::filesystem::path& path, const std::vector<SentFrame>& 
 
 // The dissected layers of each frame.
 std::vector<Json> dissect(const std::vector<SentFrame>& frames) {
-    const TemporaryDirectory directory;
-    const std::filesystem::path pcap = directory.path() / "sent.pcap";
+    const std::string name = testing::TempDir() + "mrp-" + std::to_string(getpid());
+    const std::string pcap = name + ".pcap";
+    const std::string json = name + ".json";
+    const ScopeGuard clear([&] {
+        std::filesystem::remove(pcap);
+        std::filesystem::remove(json);
+    });
     writePcap(pcap, frames);
     const std::string command =
-        "tshark -r '" + pcap.string() + "' -T json --no-duplicate-keys 2> /dev/null";
-    std::string output;
-    std::FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        ADD_FAILURE() << "cannot run " << command;
-        return {};
-    }
-    std::array<char, 65536> buffer{};
-    for (std::size_t n = 0; (n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
-        output.append(buffer.data(), n);
-    }
-    EXPECT_EQ(pclose(pipe), 0);
+        "tshark -r '" + pcap + "' -T json --no-duplicate-keys > '" + json + "' 2> /dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+    std::ifstream output(json);
     std::vector<Json> result;
     for (const Json& packet : Json::parse(output)) {
         result.push_back(packet.at("_source").at("layers"));

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "platform/base/Text.h"
-#include "platform/log/Trace.h"
 #include "platform/packet/PktManager.h"
 
 namespace MrpTest::Wire {
@@ -44,16 +43,6 @@ std::string domain(unsigned classId, unsigned priority) {
 
 std::string vlan(unsigned vlanId) {
     return be(vlanId, 2);
-}
-
-int timesTraced(int level, const std::string& text, const std::function<void()>& call) {
-    int times = 0;
-    traceSinkIs([&](const TraceSource&, int, const std::string& line) { times += line == text; });
-    setTraceLevel("MrpSm", level);
-    call();
-    setTraceLevel("MrpSm", TraceSource::off);
-    traceSinkIs(nullptr);
-    return times;
 }
 
 std::string parsed(TestNode& node, const std::string& body, std::uint8_t version) {

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <stdexcept>
 #include <string>
 
 #include "TestNode.h"
@@ -24,20 +23,6 @@ std::string failed(std::uint64_t streamId, std::uint64_t dmac);
 std::string listener(std::uint64_t streamId, unsigned declaration);
 std::string domain(unsigned classId, unsigned priority);
 std::string vlan(unsigned vlanId);
-
-// The text of the range error that the call throws, or "none".
-template <class Call>
-std::string errorOf(Call call) {
-    try {
-        call();
-    } catch (const std::range_error& error) {
-        return error.what();
-    }
-    return "none";
-}
-
-// How often the engine traces the text, at the level or below, during the call.
-int timesTraced(int level, const std::string& text, const std::function<void()>& call);
 
 // Parses an MRPDU with these octets behind the version, processes nothing of it, and tells what it
 // did: "TYPE:KEY=EVENT" for every value filed (Domains first; a key filed twice shows its last

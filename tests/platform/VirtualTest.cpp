@@ -29,100 +29,55 @@ struct Station {
     Reactor reactor;
 };
 
-TEST(VirtualActivityManager, runsPostedWorkBetweenAlarmsInTimeOrder) {
-    VirtualActivityManager manager;
-    std::string log;
-    const auto note = [&](const std::string& what) {
-        log += what + "@" + std::to_string(static_cast<int>(manager.clock().now())) + " ";
-    };
-    Alarm second(manager.clock(), [&] { note("second"); });
-    Alarm first(manager.clock(), [&] {
-        note("first");
-        manager.post([&] { note("posted"); });
-        second.expiryIs(1);
-    });
-    Alarm late(manager.clock(), [&] { note("late"); });
-    first.expiryIs(1);
-    late.expiryIs(3);
-    manager.post([&] { note("start"); });
-    manager.runUntil(2);
-    EXPECT_EQ(log, "start@0 first@1 posted@1 second@1 ");
-    EXPECT_EQ(manager.clock().now(), 2);
-    manager.post([&] { note("settled"); });
-    manager.settle();
-    manager.runUntil(3);
-    EXPECT_EQ(log, "start@0 first@1 posted@1 second@1 settled@2 late@3 ");
-}
-
-TEST(VirtualWire, deliversToAllOthersLaterAndInOrder) {
-    for (const int delay : {0, 5}) {
-        VirtualActivityManager manager;
-        Station a("a", manager), b("b", manager), c("c", manager);
-        VirtualWire wire(manager, delay);
-        for (Station* station : {&a, &b, &c, &a}) {
-            wire.connect(*station->device);
-        }
-        const Ptr<Pkt> pkt = pktOf({1});
-        a.pam->txPkt(pkt);
-        pkt->data()[0] = 99;  // the sender's packet is the sender's
-        b.pam->txPkt(pktOf({2}));
-        EXPECT_EQ(b.log + c.log, "");
-        manager.runUntil(2);
-        a.pam->txPkt(pktOf({3}));
-        manager.runUntil(10);
-        EXPECT_EQ(a.log, delay == 0 ? "2@0 " : "2@5 ");
-        EXPECT_EQ(b.log, delay == 0 ? "1@0 3@2 " : "1@5 3@7 ");
-        EXPECT_EQ(c.log, delay == 0 ? "1@0 2@0 3@2 " : "1@5 2@5 3@7 ");
-    }
-}
-
-TEST(VirtualWire, survivesTheEndOfDevicesAndOfItself) {
+TEST(VirtualWire, deliversToAllOthersLaterAndInOrderAndSurvivesTheirEndAndItsOwn) {
     for (const int delay : {0, 5}) {
         VirtualActivityManager manager;
         auto wire = std::make_unique<VirtualWire>(manager, delay);
         Station a("a", manager), b("b", manager);
         auto gone = std::make_unique<Station>("gone", manager);
-        for (Station* station : {&a, &b, gone.get()}) {
+        for (Station* station : {&a, &b, gone.get(), &a}) {
             wire->connect(*station->device);
         }
-        gone->pam->txPkt(pktOf({1}));
+        const Ptr<Pkt> pkt = pktOf({1});
+        gone->pam->txPkt(pkt);
+        pkt->data()[0] = 99;  // the sender's packet is the sender's
         a.pam->txPkt(pktOf({2}));
         const Ptr<EthDevPam> orphan = gone->pam;
         gone.reset();
+        EXPECT_EQ(a.log + b.log, "");
+        manager.runUntil(2);
+        a.pam->txPkt(pktOf({3}));
         manager.runUntil(10);
-        orphan->txPkt(pktOf({3}));
-        b.pam->txPkt(pktOf({4}));
+        orphan->txPkt(pktOf({4}));
+        b.pam->txPkt(pktOf({5}));
         wire.reset();
-        a.device->inject(Frame{5});
-        b.device->inject(Frame{6});
+        a.device->inject(Frame{6});
+        b.device->inject(Frame{7});
         b.pam = nullptr;  // and so the notification on its way finds nobody
         manager.runUntil(20);
-        EXPECT_EQ(a.log, delay == 0 ? "1@0 5@10 " : "1@5 5@10 ");
-        EXPECT_EQ(b.log, delay == 0 ? "1@0 2@0 " : "1@5 2@5 ");
+        EXPECT_EQ(a.log, delay == 0 ? "1@0 6@10 " : "1@5 6@10 ");
+        EXPECT_EQ(b.log, delay == 0 ? "1@0 2@0 3@2 " : "1@5 2@5 3@7 ");
     }
 }
 
 TEST(VirtualEthDev, countsWhatItDoesNotTake) {
     VirtualActivityManager manager;
     EthDevPamParameters parameters;
-    parameters.filter = {{SocketFilterCode::loadHalfWord, 0, 0, 0},
-                         {SocketFilterCode::jumpEqual, 0, 1, 0x0102},
-                         {SocketFilterCode::accept, 0, 0, 5},
-                         {SocketFilterCode::accept, 0, 0, 0}};
+    parameters.filter = protocolFilter;
     parameters.maxRxPktData = 4;
     Station a("a", manager, parameters);
     const Ptr<EthDevPam> everything = a.device->open(IntfId("a"), {});
-    a.device->receive(Frame{1, 2, 3, 4, 5, 6});
+    const Frame frame = frameOf(groupAddr, protocolType, 46);
+    a.device->receive(frame);
     a.device->receive(Frame{9, 9});
-    EXPECT_EQ(a.log, "");
     EXPECT_EQ(a.pam->rxPkt()->bytes(), 4U);  // taken before the notification: that does no harm
     manager.settle();
     EXPECT_EQ(a.log, "");
-    EXPECT_EQ(everything->rxPkt()->bytes(), 6U);
+    EXPECT_EQ(everything->rxPkt()->bytes(), frame.size());
 
     a.device->linkUpIs(false);
-    a.device->receive(Frame{1, 2});
-    a.pam->txPkt(pktOf({1}));
+    a.device->receive(frame);
+    a.pam->txPkt(pktOf(frame));
     a.device->linkUpIs(true);
     a.device->queueLimitIs(2);
     a.device->inject(Frame{7}, false);
@@ -135,7 +90,6 @@ TEST(VirtualEthDev, countsWhatItDoesNotTake) {
     EXPECT_EQ(counters.received, 6U);
     EXPECT_EQ(counters.dropped, 1U);  // the second Pam still held {9, 9}
     EXPECT_EQ(counters.sentWhileDown + counters.receivedWhileDown, 2U);
-    EXPECT_EQ(counters.sent, 0U);
 }
 
 }  // namespace
