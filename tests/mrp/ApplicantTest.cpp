@@ -68,11 +68,6 @@ std::string sentPacket(TestNode& node, bool second) {
     return node.sent.empty() ? "" : node.sent[0].messages();
 }
 
-void post(TestNode& node, MrpApplicantEvent event) {
-    node.sm().applicantSm()->applicantEventIs(event);
-    node.sm().applicantSm()->handleApplicantEvent();
-}
-
 }  // namespace
 
 TEST(Applicant, EveryCellForEveryRegistrarState) {
@@ -92,7 +87,8 @@ TEST(Applicant, EveryCellForEveryRegistrarState) {
                 }
                 record->applicantStateIs(state);
                 record->registrarStateIs(registrar);
-                post(node, table[e].event);
+                node.sm().applicantSm()->applicantEventIs(table[e].event);
+                node.sm().applicantSm()->handleApplicantEvent();
                 EXPECT_EQ(stringValue(record->applicantState()), cell.substr(3));
                 EXPECT_EQ(record->registrarState(), registrar);
                 EXPECT_EQ(sentPacket(node, false), pduOf(cell[0], registrar));
@@ -100,15 +96,6 @@ TEST(Applicant, EveryCellForEveryRegistrarState) {
             }
         }
     }
-}
-
-TEST(Applicant, MissingRecordIsMade) {
-    TestNode node(MrpApplication::mvrp);
-    node.lib->rxImage().vlan.vlanId = 7;
-    node.sm().parseContext()->attributeIs({node.intf(1), vlanType, 7});
-    post(node, Event::rxJoinIn);
-    EXPECT_EQ(node.states(vlanType, 7), "AO/MT");
-    EXPECT_EQ(stored(node, vlanType, 7), "0007");
 }
 
 }  // namespace MrpTest

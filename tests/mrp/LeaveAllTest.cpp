@@ -106,7 +106,6 @@ TEST(LeaveAll, ReceivedOneRestartsItsType) {
     EXPECT_EQ(leaveAlls(node, 3), "10@et2 14 20@et2 24");
     EXPECT_EQ(published(node, 3), 10);
     node.instance->disable(node.intf(1));
-    EXPECT_EQ(published(node, 1), -1);
     EXPECT_EQ(published(node, 4), -1);
     EXPECT_EQ(node.sm().leaveAllSm()->intfLeaveAllSm().size(), 1U);
 }
@@ -160,7 +159,6 @@ TEST(LeaveAll, RequestedOnQueuedInterfaces) {
     EXPECT_EQ(published(node, vlanType, 3), 20);
     node.runUntil(24);
     EXPECT_EQ(leaveAlls(node), "3.1@et2 3.1@et3 20 23@et2 23@et3");
-    EXPECT_TRUE(node.lib->mrpOutIntfQueue().empty());
 }
 
 TEST(LeaveAll, TransmittedOnDemand) {
@@ -179,31 +177,6 @@ TEST(LeaveAll, TransmittedOnDemand) {
     node.runUntil(13);
     EXPECT_EQ(leaveAlls(node), "12.1");
     EXPECT_FALSE(node.committed(vlanType, 5));
-    // Nothing to walk: alone. An interface without packet access: nothing.
-    node.withdrawVlan(100);
-    node.runUntil(13.5);
-    takeSent(node);
-    node.sm().mrpPamSm()->transmitAllLeaveAll(node.intf(1));
-    node.sm().mrpPamSm()->transmitAllLeaveAll(IntfId("et9"));
-    EXPECT_EQ(takeSent(node), vlanLeaveAll);
-}
-
-// Flush! in LV gives a leave indication, and that may take the interface away.
-TEST(LeaveAll, InterfaceDisabledInTheWalk) {
-    TestNode node(MrpApplication::mvrp);
-    node.receive(joins100to102);
-    node.receive(vlanLeaveAll);
-    node.lib->indications.clear();
-    node.lib->onIndication = [&](const Indication&) {
-        node.instance->disable(node.intf(1));
-        return false;
-    };
-    node.sm().leaveAllSm()->mrpPostLeaveAllToSm(node.intf(1), vlanType, MrpApplicantEvent::flush,
-                                                MrpRegistrarEvent::flush);
-    EXPECT_EQ(node.lib->indications.size(), 1U);
-    EXPECT_EQ(node.states(vlanType, 100), "-");
-    node.runUntil(3);
-    EXPECT_FALSE(node.committed(vlanType, 101));
 }
 
 }  // namespace MrpTest
