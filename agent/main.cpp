@@ -14,6 +14,8 @@
 #include "agent/config/ConfigReader.h"
 #include "agent/process/Agent.h"
 #include "agent/process/OutputQueue.h"
+#include "platform/base/ScopeGuard.h"
+#include "platform/log/Log.h"
 #include "platform/log/Trace.h"
 
 namespace {
@@ -51,7 +53,17 @@ int check(const Options& options) {
 
 int run(const AgentConfig& config) {
     Platform::Linux::EpollActivityManager activityManager;
-    OutputQueue standardOutput(STDOUT_FILENO, activityManager);
+    OutputQueue standardError(STDERR_FILENO, activityManager, [](const char*) {});
+    OutputQueue standardOutput(STDOUT_FILENO, activityManager, [&](const char* why) {
+        standardError.lineIs(std::string("mrp-agent: standard output: ") + why +
+                             "; output is lost");
+    });
+    // A neighbour causes a message for each of its declarations: whoever reads them slowly must not
+    // slow the protocol.
+    Platform::logSinkIs([&](const Platform::LogHandle& handle, const std::string& text) {
+        standardError.lineIs(Platform::logLine(handle, text));
+    });
+    const Platform::ScopeGuard restoreLog([] { Platform::logToStandardError(); });
     Agent agent(activityManager, config);
     // Before anything starts: until then these signals would end the process in the midst of it.
     activityManager.signalIs(SIGINT, [&] { activityManager.stop(); });

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace MrpAgent {
 
@@ -16,10 +16,6 @@ using namespace Platform;
 namespace {
 
 constexpr Seconds retryAfter = 0.01;
-
-void lost(const char* why) {
-    std::fprintf(stderr, "mrp-agent: standard output: %s; output is lost\n", why);
-}
 
 // Whether PIPE_BUF octets can be written now, or an error can be fetched by writing. The descriptor
 // is not made non-blocking, because others may share it.
@@ -30,12 +26,12 @@ bool writable(int fd) {
 
 }  // namespace
 
-OutputQueue::OutputQueue(int fd, ActivityManager& activityManager)
-    : fd_(fd), retry_(activityManager.clock(), [this] { flush(); }) {}
+OutputQueue::OutputQueue(int fd, ActivityManager& activityManager, Lost lost)
+    : fd_(fd), lost_(std::move(lost)), retry_(activityManager.clock(), [this] { flush(); }) {}
 
 void OutputQueue::lineIs(const std::string& line) {
     if (pending() > limit) {
-        lost("its reader is too slow");
+        lost_("its reader is too slow");
         return;
     }
     waiting_ += line;
@@ -50,7 +46,7 @@ void OutputQueue::flush() {
         if (count >= 0) {
             written_ += static_cast<std::size_t>(count);
         } else if (errno != EINTR && errno != EAGAIN) {
-            lost(std::strerror(errno));
+            lost_(std::strerror(errno));
             written_ = waiting_.size();
         } else {
             break;

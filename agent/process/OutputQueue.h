@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "platform/time/ActivityManager.h"
@@ -7,11 +8,14 @@
 namespace MrpAgent {
 
 // Writes lines to a descriptor without ever blocking the event loop: what the reader does not take
-// waits and is tried again. A reader that is gone or too slow costs it the lines, which is told on
-// standard error, and nothing else. The process ignores SIGPIPE. The descriptor stays the caller's.
+// waits and is tried again. A reader that is gone or too slow costs it the lines and nothing else.
+// The process ignores SIGPIPE. The descriptor stays the caller's.
 class OutputQueue {
   public:
-    OutputQueue(int fd, Platform::ActivityManager& activityManager);
+    // Told why, when lines are lost.
+    using Lost = std::function<void(const char* why)>;
+
+    OutputQueue(int fd, Platform::ActivityManager& activityManager, Lost lost);
 
     // Writes the line, with its end added, behind those that wait. Lost when more than `limit`
     // octets wait already.
@@ -25,6 +29,7 @@ class OutputQueue {
     void flush();
 
     int fd_;
+    Lost lost_;
     std::string waiting_;
     std::size_t written_ = 0;  // of what waits
     Platform::Alarm retry_;

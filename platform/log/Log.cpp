@@ -9,7 +9,7 @@ namespace Platform {
 namespace {
 
 void writeToStandardError(const LogHandle& handle, const std::string& text) {
-    std::fprintf(stderr, "%%%s-%d: %s\n", handle.name().c_str(), handle.severity(), text.c_str());
+    std::fprintf(stderr, "%s\n", logLine(handle, text).c_str());
 }
 
 LogSink& currentSink() {
@@ -55,6 +55,10 @@ void LogHandle::write(Seconds now, std::initializer_list<std::string_view> argum
     if (sink && withinRate(now)) {
         sink(*this, formatText(format_, arguments));
     }
+}
+
+std::string logLine(const LogHandle& handle, const std::string& text) {
+    return "%" + handle.name() + "-" + std::to_string(handle.severity()) + ": " + text;
 }
 
 void logSinkIs(LogSink sink) {

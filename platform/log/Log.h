@@ -50,8 +50,11 @@ class LogHandle final {
 // The recommended action of messages that ask for none.
 inline constexpr std::string_view noActionRequired = "No action is required";
 
-// Where log messages go. The default writes "%NAME-SEVERITY: text" lines to standard error; a null
-// sink makes the log silent.
+// The line in which a message is written: "%NAME-SEVERITY: text".
+std::string logLine(const LogHandle& handle, const std::string& text);
+
+// Where log messages go. The default writes their lines to standard error; a null sink makes the
+// log silent.
 using LogSink = std::function<void(const LogHandle& handle, const std::string& text)>;
 void logSinkIs(LogSink sink);
 void logToStandardError();
