@@ -23,8 +23,16 @@ std::size_t MrpParsedAttributes::slotOf(const MrpParsedAttributeKey& key) const 
 }
 
 const MrpParsedAttribute* MrpParsedAttributes::find(const MrpParsedAttributeKey& key) const {
+    const bool noneDeleted = live_ == attributes_.size();
+    if (noneDeleted && next_ < live_ && attributes_[next_].key() == key) {
+        return &attributes_[next_++];
+    }
     const Slot& slot = index_[slotOf(key)];
-    return slot.generation == generation_ ? &attributes_[slot.place] : nullptr;
+    if (slot.generation != generation_) {
+        return nullptr;
+    }
+    next_ = slot.place + std::size_t{1};
+    return &attributes_[slot.place];
 }
 
 MrpParsedAttribute& MrpParsedAttributes::attributeIs(const MrpParsedAttributeKey& key) {
@@ -53,6 +61,7 @@ void MrpParsedAttributes::attributeDel(const MrpParsedAttributeKey& key) {
 void MrpParsedAttributes::attributeDelAll() {
     attributes_.clear();
     live_ = 0;
+    next_ = 0;
     if (++generation_ == 0) {  // after 2^32 frames old slots would look like new ones
         std::fill(index_.begin(), index_.end(), Slot{});
         generation_ = 1;

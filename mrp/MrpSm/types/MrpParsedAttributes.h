@@ -39,6 +39,8 @@ class MrpParsedAttributes {
     std::vector<Slot> index_;  // a power of two, at most half in use
     std::uint32_t generation_ = 1;
     std::size_t live_ = 0;
+    // Behind the last one found: attributes are mostly asked for in the order in which they came.
+    mutable std::size_t next_ = 0;
 };
 
 }  // namespace Mrp
