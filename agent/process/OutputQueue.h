@@ -22,6 +22,8 @@ class OutputQueue {
     void lineIs(const std::string& line);
     // The octets that wait.
     std::size_t pending() const { return waiting_.size() - written_; }
+    // The octets that are held, those already written among them: at most twice as many.
+    std::size_t held() const { return waiting_.size(); }
 
     static constexpr std::size_t limit = 16U * 1024 * 1024;
 
