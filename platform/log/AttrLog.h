@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/state/Entity.h"
@@ -35,6 +37,33 @@ class AttrLogSocketOutput : public AttrLogOutput {
   private:
     int fd_ = noSocket;
     Notification<> fdChanged_;
+};
+
+// Who reads an attribute log now.
+class AttrLogReader {
+  public:
+    virtual ~AttrLogReader() = default;
+
+    // Whole lines for the reader, each with its newline, behind those it has been given before.
+    // Never waits, and calls nobody back.
+    virtual void linesIs(std::string_view lines) = 0;
+};
+
+// What an attribute log tells its reader: first the state, piece by piece as the reader takes it,
+// then changes. An output asks it, from the event loop; it outlives the output.
+class AttrLogContent {
+  public:
+    virtual ~AttrLogContent() = default;
+
+    // There is a reader now, to be told the state from its beginning; it stays until readerEnds().
+    virtual void readerStarts(AttrLogReader& reader) = 0;
+    virtual void readerEnds() = 0;
+    // Appends the next lines of the state: one at the least, and no more once there are `octets`.
+    // False when these are the last; asked no more then. Between two calls linesIs() may be used
+    // for what changes in the part that has been told.
+    virtual bool stateLines(std::string& lines, std::size_t octets) = 0;
+    // The line, with its newline, for one who connects while there is another reader.
+    virtual std::string refusal() const = 0;
 };
 
 // The process's outputs, in the order in which they were registered.

@@ -41,7 +41,7 @@ void EthDevPamMan::enabledIs(bool enabled) {
         return;
     }
     enabled_ = enabled;
-    for (const IntfId intfId : desiredIntfDir_->interfaces()) {
+    for (const IntfId intfId : desiredIntfDir_->keys()) {
         handleIntf(intfId);
     }
 }

@@ -10,7 +10,7 @@ namespace Platform {
 // The interfaces on which packet access is wanted. The value false keeps the entry without access.
 class PamDesiredIntfDir final : public IntfDirectory<bool> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 
     void intfDesiredIs(IntfId intfId, bool desired) { valueIs(intfId, desired); }
     void intfDesiredDel(IntfId intfId) { valueDel(intfId); }
@@ -20,7 +20,7 @@ class PamDesiredIntfDir final : public IntfDirectory<bool> {
 // The packet-access objects that exist, one an interface. Kept by an EthDevPamMan.
 class EthDevPamCollection final : public IntfDirectory<Ptr<EthDevPam>> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 
     // Null when the interface has no packet access.
     EthDevPam* pam(IntfId intfId) const {

@@ -11,52 +11,55 @@
 
 namespace Platform {
 
-// A directory of values by interface, in interface order. Reactors learn of every entry that is
-// added, changed or removed; setting an equal value tells nobody.
-template <class Value>
-class IntfDirectory : public Entity {
+// A directory of values by key, in key order. Reactors learn of every entry that is added, changed
+// or removed; setting an equal value tells nobody.
+template <class Key, class Value>
+class Directory : public Entity {
   public:
     using Entity::Entity;
 
-    // The interface's entry, or nothing.
-    std::optional<Value> value(IntfId intfId) const {
-        const auto found = values_.find(intfId);
+    // The key's entry, or nothing.
+    std::optional<Value> value(const Key& key) const {
+        const auto found = values_.find(key);
         return found != values_.end() ? std::optional<Value>(found->second) : std::nullopt;
     }
-    bool has(IntfId intfId) const { return values_.contains(intfId); }
-    const std::map<IntfId, Value>& values() const { return values_; }
+    bool has(const Key& key) const { return values_.contains(key); }
+    const std::map<Key, Value>& values() const { return values_; }
 
     // A snapshot, for walks whose body changes the directory.
-    std::vector<IntfId> interfaces() const {
-        std::vector<IntfId> result;
+    std::vector<Key> keys() const {
+        std::vector<Key> result;
         result.reserve(values_.size());
-        for (const auto& [intfId, value] : values_) {
-            result.push_back(intfId);
+        for (const auto& [key, value] : values_) {
+            result.push_back(key);
         }
         return result;
     }
 
-    void valueIs(IntfId intfId, Value value) {
-        const auto found = values_.find(intfId);
+    void valueIs(const Key& key, Value value) {
+        const auto found = values_.find(key);
         if (found != values_.end() && found->second == value) {
             return;
         }
-        values_.insert_or_assign(intfId, std::move(value));
-        changed_.notify(intfId);
+        values_.insert_or_assign(key, std::move(value));
+        changed_.notify(key);
     }
 
-    void valueDel(IntfId intfId) {
-        // The old value lives on until the reactors are done with it.
-        if (const auto old = values_.extract(intfId)) {
-            changed_.notify(intfId);
+    void valueDel(const Key& key) {
+        // The old key and value live on until the reactors are done with them.
+        if (const auto old = values_.extract(key)) {
+            changed_.notify(old.key());
         }
     }
 
-    Notification<IntfId>& changed() { return changed_; }
+    Notification<Key>& changed() { return changed_; }
 
   private:
-    std::map<IntfId, Value> values_;
-    Notification<IntfId> changed_;
+    std::map<Key, Value> values_;
+    Notification<Key> changed_;
 };
+
+template <class Value>
+using IntfDirectory = Directory<IntfId, Value>;
 
 }  // namespace Platform

@@ -3,11 +3,23 @@
 #include <cstdint>
 
 #include "platform/base/EthAddr.h"
+#include "platform/base/VlanId.h"
 #include "platform/state/Directory.h"
 
 namespace Platform::Bridging {
 
-// The switch's bridging configuration: its own address, and per port the native VLAN.
+// The configuration of one VLAN of the switch.
+class VlanConfig final : public Entity {
+  public:
+    explicit VlanConfig(VlanId vlanId) : vlanId_(vlanId) {}
+
+    VlanId vlanId() const { return vlanId_; }
+
+  private:
+    VlanId vlanId_;
+};
+
+// The switch's bridging configuration: its own address, its VLANs, and per port the native VLAN.
 class Config final : public Entity {
   public:
     using Entity::Entity;
@@ -19,9 +31,14 @@ class Config final : public Entity {
     IntfDirectory<std::uint16_t>& nativeVlan() { return nativeVlan_; }
     const IntfDirectory<std::uint16_t>& nativeVlan() const { return nativeVlan_; }
 
+    // The VLANs that are configured on the switch.
+    Directory<VlanId, Ptr<VlanConfig>>& vlanConfig() { return vlanConfig_; }
+    const Directory<VlanId, Ptr<VlanConfig>>& vlanConfig() const { return vlanConfig_; }
+
   private:
     EthAddr bridgeMacAddr_;
     IntfDirectory<std::uint16_t> nativeVlan_;
+    Directory<VlanId, Ptr<VlanConfig>> vlanConfig_;
 };
 
 namespace Topology {

@@ -27,15 +27,15 @@ struct EthPhyIntfStatus {
 // ("interface/status/local").
 class AllIntfStatusDir final : public IntfDirectory<IntfStatus> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 };
 class AllIntfStatusLocalDir final : public IntfDirectory<IntfStatus> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 };
 class AllEthPhyIntfStatusDir final : public IntfDirectory<EthPhyIntfStatus> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 };
 
 }  // namespace Platform::Interface

@@ -21,7 +21,7 @@ void IntfStatusManagerRoot::intfStatusManagerIs(Ptr<KernelNetInfo::Status> kerne
     }
     kernelReactor_ =
         kernelStatus_->changed().react([this](IntfId intfId) { handleDevice(intfId); });
-    for (const IntfId intfId : kernelStatus_->interfaces()) {
+    for (const IntfId intfId : kernelStatus_->keys()) {
         handleDevice(intfId);
     }
 }

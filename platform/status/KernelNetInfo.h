@@ -9,7 +9,7 @@ namespace Platform::KernelNetInfo {
 // use (Linux or in memory) keeps it.
 class Status final : public IntfDirectory<Ptr<EthDev>> {
   public:
-    using IntfDirectory::IntfDirectory;
+    using Directory::Directory;
 };
 
 }  // namespace Platform::KernelNetInfo

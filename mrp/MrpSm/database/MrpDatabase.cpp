@@ -195,10 +195,8 @@ void MrpSm::mrpPopulateMvrpValueInDatabase(MrpAttrDatabase& record, bool fromTxI
 void MrpSm::populateValue(MrpAttrDatabase& record, bool fromTxImage,
                           MrpApplication application) const {
     const MrpValueImage& image = fromTxImage ? mrpLib_->txImage() : mrpLib_->rxImage();
-    unsigned index = 0;
-    for (const std::uint8_t octet : image.octets(parseContext_->attributeType(), application)) {
-        record.attributeValueIs(index++, octet);
-    }
+    record.attributeValueIs(ValueIndex(0),
+                            image.octets(parseContext_->attributeType(), application));
 }
 
 bool MrpSm::mrpRxVectorSameAsDatabaseAttr() {

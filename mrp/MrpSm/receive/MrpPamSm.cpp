@@ -39,7 +39,7 @@ void MrpPamSm::handleInitialized() {
         return;
     }
     pamReactor_ = pamCollection_->changed().react([this](IntfId intfId) { handlePam(intfId); });
-    for (const IntfId intfId : pamCollection_->interfaces()) {
+    for (const IntfId intfId : pamCollection_->keys()) {
         handlePam(intfId);
     }
 }

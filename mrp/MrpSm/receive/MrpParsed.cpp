@@ -103,15 +103,13 @@ void MrpSm::mrpProcessRxLeaveAll(IntfId intfId, AttributeType attributeType) {
         }
         // The applicant answers as if the registration already showed what this very frame
         // declares; the registrar then starts from its true state.
-        const MrpRegistrarState before = record->registrarState();
         const MrpParsedAttribute* parsed = mrpParsedAttribute_.find({attributeType, key});
         const bool declared =
             parsed != nullptr && MrpRegistrarSm::mrpMapRxRegistrarEvent(parsed->attributeEvent()) <=
                                      MrpRegistrarEvent::rxJoinMt;
-        registrarSm_->mrpSetRegistrarState(declared ? MrpRegistrarState::IN
-                                                    : MrpRegistrarState::MT);
         {
-            const ScopeGuard restore([&record, before] { record->registrarStateIs(before); });
+            const MrpAttrDatabase::AssumedRegistrarState assumed(
+                record, declared ? MrpRegistrarState::IN : MrpRegistrarState::MT);
             applicantSm_->applicantEventIs(MrpApplicantEvent::rxLvAll);
             applicantSm_->handleApplicantEvent();
         }

@@ -12,6 +12,7 @@
 #include "platform/base/EthAddr.h"
 #include "platform/base/Ptr.h"
 #include "platform/base/Seconds.h"
+#include "platform/status/Bridging.h"
 
 namespace Mrp {
 
@@ -58,6 +59,11 @@ class MrpLib : public RefCounted {
 
     // The native VLAN of the port; 0 when the bridging configuration has no entry for it.
     std::uint16_t getNativeVlanId(IntfId intfId) const;
+
+    // The name of the spanning-tree topology whose port roles MRP follows on the port; empty when
+    // there is none. Throws std::range_error for a native VLAN that no bridge can carry, where the
+    // name depends on it.
+    std::string baseSpanningTreeTopo(IntfId intfId) const;
 
     // --- The agent's entries ---
 
@@ -156,6 +162,7 @@ class MrpLib : public RefCounted {
   private:
     // Whether there is an engine, and its protocol runs.
     bool active() const;
+    Ptr<Bridging::VlanConfig> nativeVlanConfig(IntfId intfId) const;
     Ptr<MrpTxPacketContext> openPacketContext(const MrpParameters& parameters, IntfId intfId,
                                               bool second);
     void flushWhenFull(IntfId intfId, bool second);

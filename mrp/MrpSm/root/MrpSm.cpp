@@ -63,11 +63,11 @@ MrpSm::MrpSm(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib, Ptr<MrpConfig
       mrpLib_(mrpLib),
       mrpConfig_(std::move(mrpConfig)),
       mrpStatus_(std::move(mrpStatus)),
-      stpStatus_(std::move(stpStatus)),
       brTopoConfig_(std::move(brTopoConfig)),
       ethPhyIntfStatusDir_(std::move(ethPhyIntfStatusDir)),
       entityManager_(std::move(entityManager)),
       standbyMode_(standbyMode) {
+    stpStatusIs(std::move(stpStatus));
     try {
         handleInitialized();
     } catch (...) {
@@ -81,6 +81,7 @@ MrpSm::~MrpSm() {
     if (mrpLib_->mrpSm() == this) {
         mrpLib_->mrpSmIs(nullptr);
     }
+    stpiStatus_ = nullptr;
     mrpPamSm_->silence();
     deviceIntfStatusDir_ = nullptr;
     intfStatusManagerRoot_ = nullptr;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -23,6 +25,7 @@
 #include "platform/packet/EthDevPamMan.h"
 #include "platform/packet/PamDir.h"
 #include "platform/state/EntityManager.h"
+#include "platform/state/EntryReactors.h"
 #include "platform/status/Bridging.h"
 #include "platform/status/Interface.h"
 #include "platform/status/IntfStatusManagerRoot.h"
@@ -61,6 +64,15 @@ class MrpSm final : public RefCounted {
     bool active() const { return active_; }
     // The start-up, which the constructor ends in. A second call aborts.
     void handleInitialized();
+
+    // The port's role has changed in a topology of the spanning-tree status. Follows it when it is
+    // the one that MRP follows on the port: a port that stops forwarding loses its registrations
+    // (Flush!), one that starts declares anew (Re-declare!; clause 10.7.5).
+    void handleRole(const std::string& portName, const std::string& mstiName,
+                    const std::string& stpiName);
+    // The last role seen of each port. A port that is not in it counts as role 0.
+    const std::map<IntfId, int>& oldPortRole() const { return oldPortRole_; }
+    void oldPortRoleIs(IntfId intfId, int role) { oldPortRole_[intfId] = role; }
 
     const Bridging::Config& brConfig() const { return *brConfig_; }
     MrpLib* mrpLib() const { return mrpLib_; }
@@ -268,6 +280,12 @@ class MrpSm final : public RefCounted {
   private:
     template <class T, class... Args>
     friend Ptr<T> Platform::makePtr(Args&&... args);
+
+    // The reactors on the spanning-tree status, one a part on each level of it.
+    using PortReactors = EntryReactors<std::string, Ptr<Stp::PortStatus>, Reactor>;
+    using MstiReactors = EntryReactors<std::string, Ptr<Stp::MstiStatus>, PortReactors>;
+    using StpiReactors = EntryReactors<std::string, Ptr<Stp::StpiStatus>, MstiReactors>;
+
     // The record found last, valid while nothing has been added to or removed from the database.
     struct RecordInHand {
         MrpAttribute attribute;
@@ -282,6 +300,12 @@ class MrpSm final : public RefCounted {
           Ptr<EntityManager> entityManager, bool standbyMode);
 
     // Root
+    void stpStatusIs(Ptr<Stp::Status> stpStatus);
+    std::unique_ptr<MstiReactors> stpiStatusIs(const Ptr<Stp::StpiStatus>& stpiStatus);
+    std::unique_ptr<PortReactors> mstiStatusIs(const std::string& stpiName,
+                                               const Ptr<Stp::MstiStatus>& mstiStatus);
+    void postToAllTypes(IntfId intfId, MrpApplicantEvent applicantEvent,
+                        MrpRegistrarEvent registrarEvent);
     void doInitializePamMan();
     void doInitializeCounters();
     void timerWheelIs(Clock& clock, unsigned tickMsecs, std::size_t initialMaxTicks,
@@ -325,6 +349,8 @@ class MrpSm final : public RefCounted {
     Ptr<EthDevPamCollection> pamCollection_;
     Ptr<EthDevPamMan> pamMan_;
     Ptr<MrpPamSm> mrpPamSm_;
+    std::map<IntfId, int> oldPortRole_;
+    std::unique_ptr<StpiReactors> stpiStatus_;
 
     Ptr<MrpApplicantSm> applicantSm_;
     Ptr<MrpRegistrarSm> registrarSm_;

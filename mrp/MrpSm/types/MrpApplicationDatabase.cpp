@@ -1,21 +1,11 @@
 #include "mrp/MrpSm/types/MrpApplicationDatabase.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace Mrp {
 
 namespace {
-
-// The entry of a level, made when it is missing.
-template <class Map, class Key>
-typename Map::mapped_type entryIs(Map& level, Key key) {
-    const auto found = level.find(key);
-    if (found != level.end()) {
-        return found->second;
-    }
-    using Entry = std::remove_reference_t<decltype(*std::declval<typename Map::mapped_type>())>;
-    return level.emplace(key, makePtr<Entry>()).first->second;
-}
 
 template <class Map, class Key>
 auto* entryIn(const Map& level, Key key) {
@@ -24,6 +14,35 @@ auto* entryIn(const Map& level, Key key) {
 }
 
 }  // namespace
+
+void MrpAttrDatabase::attributeValueIs(ValueIndex first, std::span<const std::uint8_t> octets) {
+    if (octets.empty()) {
+        return;
+    }
+    const std::size_t last = first.value() + octets.size() - 1;
+    static_cast<void>(ValueIndex(static_cast<unsigned>(last)));  // throws when it is out of range
+    const auto stored = std::span(attributeValue_).subspan(first.value(), octets.size());
+    if (!std::equal(octets.begin(), octets.end(), stored.begin())) {
+        std::copy(octets.begin(), octets.end(), stored.begin());
+        changed();
+    }
+}
+
+void MrpAttrDatabase::tellHome() const {
+    home_->tell(key_, this);
+}
+
+MrpIntfTypeApplicant::~MrpIntfTypeApplicant() {
+    for (const auto& [key, record] : records_) {
+        record->home_ = nullptr;
+    }
+}
+
+void MrpIntfTypeApplicant::tell(AttributeKey key, const MrpAttrDatabase* record) const {
+    if (database_ != nullptr && !database_->recordChanged().empty()) {
+        database_->recordChanged().notify({intfId_, attributeType_, key}, record);
+    }
+}
 
 MrpAttrDatabase* MrpIntfTypeApplicant::mrpAttribute(AttributeKey key) const {
     if (last_ != records_.end()) {
@@ -49,7 +68,9 @@ Ptr<MrpAttrDatabase> MrpIntfTypeApplicant::mrpAttributeIs(AttributeKey key) {
     if (place != records_.end() && place->first == key) {
         return place->second;
     }
-    return records_.emplace_hint(place, key, makePtr<MrpAttrDatabase>(key))->second;
+    const auto made = records_.emplace_hint(place, key, makePtr<MrpAttrDatabase>(key));
+    made->second->home_ = this;
+    return made->second;
 }
 
 void MrpIntfTypeApplicant::mrpAttributeDel(AttributeKey key) {
@@ -60,7 +81,9 @@ void MrpIntfTypeApplicant::mrpAttributeDel(AttributeKey key) {
     if (last_ == found) {
         last_ = records_.end();
     }
+    found->second->home_ = nullptr;
     records_.erase(found);
+    tell(key, nullptr);
 }
 
 MrpIntfTypeApplicant* MrpIntfApplicant::intfTypeApplicant(AttributeType attributeType) const {
@@ -68,7 +91,34 @@ MrpIntfTypeApplicant* MrpIntfApplicant::intfTypeApplicant(AttributeType attribut
 }
 
 Ptr<MrpIntfTypeApplicant> MrpIntfApplicant::intfTypeApplicantIs(AttributeType attributeType) {
-    return entryIs(types_, attributeType);
+    Ptr<MrpIntfTypeApplicant>& type = types_[attributeType];
+    if (!type) {
+        type = makePtr<MrpIntfTypeApplicant>(database_, intfId_, attributeType);
+    }
+    return type;
+}
+
+MrpApplicationDatabase::~MrpApplicationDatabase() {
+    for (const auto& [intfId, intf] : interfaces_) {
+        for (const auto& [type, records] : intf->intfTypeApplicant()) {
+            records->database_ = nullptr;
+        }
+    }
+}
+
+void MrpApplicationDatabase::leaveAllTimeIs(const LeaveAllKey& key, Seconds time) {
+    const auto [entry, added] = leaveAllTime_.try_emplace(key, time);
+    if (!added && entry->second == time) {
+        return;
+    }
+    entry->second = time;
+    leaveAllTimeChanged_.notify(key);
+}
+
+void MrpApplicationDatabase::leaveAllTimeDel(const LeaveAllKey& key) {
+    if (leaveAllTime_.erase(key) != 0) {
+        leaveAllTimeChanged_.notify(key);
+    }
 }
 
 MrpIntfApplicant* MrpApplicationDatabase::attrDatabase(IntfId intfId) const {
@@ -76,7 +126,11 @@ MrpIntfApplicant* MrpApplicationDatabase::attrDatabase(IntfId intfId) const {
 }
 
 Ptr<MrpIntfApplicant> MrpApplicationDatabase::attrDatabaseIs(IntfId intfId) {
-    return entryIs(interfaces_, intfId);
+    Ptr<MrpIntfApplicant>& intf = interfaces_[intfId];
+    if (!intf) {
+        intf = makePtr<MrpIntfApplicant>(*this, intfId);
+    }
+    return intf;
 }
 
 MrpAttrDatabase* MrpApplicationDatabase::record(IntfId intfId, AttributeType attributeType,

@@ -7,22 +7,39 @@
 #include "mrp/MrpSm/types/MrpAttrDatabase.h"
 #include "platform/base/Seconds.h"
 #include "platform/state/Entity.h"
+#include "platform/state/Notification.h"
 
 namespace Mrp {
+
+class MrpApplicationDatabase;
 
 // The committed records of one attribute type on one interface, ordered by key.
 class MrpIntfTypeApplicant final : public Entity {
   public:
     using Records = std::map<AttributeKey, Ptr<MrpAttrDatabase>>;
 
+    MrpIntfTypeApplicant(MrpApplicationDatabase& database, IntfId intfId,
+                         AttributeType attributeType)
+        : database_(&database), intfId_(intfId), attributeType_(attributeType) {}
+    ~MrpIntfTypeApplicant() override;
+
     const Records& mrpAttribute() const { return records_; }
     // Null when there is no record of the key.
     MrpAttrDatabase* mrpAttribute(AttributeKey key) const;
-    // Makes the record, or returns the one that is there.
+    // Makes the record, or returns the one that is there. A new record is told of when something is
+    // first written to it.
     Ptr<MrpAttrDatabase> mrpAttributeIs(AttributeKey key);
     void mrpAttributeDel(AttributeKey key);
 
   private:
+    friend class MrpAttrDatabase;
+    friend class MrpApplicationDatabase;
+
+    void tell(AttributeKey key, const MrpAttrDatabase* record) const;
+
+    MrpApplicationDatabase* database_;  // null when it has gone
+    IntfId intfId_;
+    AttributeType attributeType_;
     Records records_;
     // Where the last look-up ended. Neighbours declare keys in runs, so the next one asked for is
     // mostly the one behind it.
@@ -34,11 +51,16 @@ class MrpIntfApplicant final : public Entity {
   public:
     using Types = std::map<AttributeType, Ptr<MrpIntfTypeApplicant>>;
 
+    MrpIntfApplicant(MrpApplicationDatabase& database, IntfId intfId)
+        : database_(database), intfId_(intfId) {}
+
     const Types& intfTypeApplicant() const { return types_; }
     MrpIntfTypeApplicant* intfTypeApplicant(AttributeType attributeType) const;
     Ptr<MrpIntfTypeApplicant> intfTypeApplicantIs(AttributeType attributeType);
 
   private:
+    MrpApplicationDatabase& database_;
+    IntfId intfId_;
     Types types_;
 };
 
@@ -56,6 +78,17 @@ class MrpApplicationDatabase final : public Entity {
     };
     using Interfaces = std::map<IntfId, Ptr<MrpIntfApplicant>>;
 
+    MrpApplicationDatabase() = default;
+    ~MrpApplicationDatabase() override;
+
+    // Told within every change of a record: the attribute, and the record, null when it was
+    // removed. Who reacts does not change the database.
+    Notification<const MrpAttribute&, const MrpAttrDatabase*>& recordChanged() {
+        return recordChanged_;
+    }
+    // Told when a LeaveAll time is written with another value, or removed.
+    Notification<const LeaveAllKey&>& leaveAllTimeChanged() { return leaveAllTimeChanged_; }
+
     const Interfaces& attrDatabase() const { return interfaces_; }
     MrpIntfApplicant* attrDatabase(IntfId intfId) const;
     Ptr<MrpIntfApplicant> attrDatabaseIs(IntfId intfId);
@@ -64,12 +97,14 @@ class MrpApplicationDatabase final : public Entity {
     MrpAttrDatabase* record(IntfId intfId, AttributeType attributeType, AttributeKey key) const;
 
     const std::map<LeaveAllKey, Seconds>& leaveAllTime() const { return leaveAllTime_; }
-    void leaveAllTimeIs(const LeaveAllKey& key, Seconds time) { leaveAllTime_[key] = time; }
-    void leaveAllTimeDel(const LeaveAllKey& key) { leaveAllTime_.erase(key); }
+    void leaveAllTimeIs(const LeaveAllKey& key, Seconds time);
+    void leaveAllTimeDel(const LeaveAllKey& key);
 
   private:
     Interfaces interfaces_;
     std::map<LeaveAllKey, Seconds> leaveAllTime_;
+    Notification<const MrpAttribute&, const MrpAttrDatabase*> recordChanged_;
+    Notification<const LeaveAllKey&> leaveAllTimeChanged_;
 };
 
 }  // namespace Mrp
