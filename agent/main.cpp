@@ -27,6 +27,7 @@ enum ExitStatus { ended = 0, cannotRun = 1, wrongUse = 2 };
 struct Options {
     std::string configFile;
     bool check = false;
+    bool standby = false;
     std::string trace;
 };
 
@@ -51,12 +52,14 @@ int check(const Options& options) {
     return told && std::fflush(stdout) == 0 ? ended : cannotRun;
 }
 
-int run(const AgentConfig& config) {
+int run(const AgentConfig& config, Agent::Role role) {
     Platform::Linux::EpollActivityManager activityManager;
     OutputQueue standardError(STDERR_FILENO, activityManager, [](const char*) {});
+    const auto tellLater = [&](const std::string& message) {
+        standardError.lineIs("mrp-agent: " + message);
+    };
     OutputQueue standardOutput(STDOUT_FILENO, activityManager, [&](const char* why) {
-        standardError.lineIs(std::string("mrp-agent: standard output: ") + why +
-                             "; output is lost");
+        tellLater(std::string("standard output: ") + why + "; output is lost");
     });
     // A neighbour causes a message for each of its declarations: whoever reads them slowly must not
     // slow the protocol.
@@ -64,16 +67,17 @@ int run(const AgentConfig& config) {
         standardError.lineIs(Platform::logLine(handle, text));
     });
     const Platform::ScopeGuard restoreLog([] { Platform::logToStandardError(); });
-    Agent agent(activityManager, config);
+    Agent agent(activityManager, config, tellLater);
     // Before anything starts: until then these signals would end the process in the midst of it.
     activityManager.signalIs(SIGINT, [&] { activityManager.stop(); });
     activityManager.signalIs(SIGTERM, [&] { activityManager.stop(); });
     activityManager.signalIs(SIGUSR1, [&] { standardOutput.lineIs(jsonLine(agent.status())); });
-    if (const auto errors = agent.start(); !errors.empty()) {
+    activityManager.signalIs(SIGUSR2, [&] { agent.becomeActive(); });
+    if (const auto errors = agent.start(role); !errors.empty()) {
         tell(errors, "mrp-agent: ");
         return cannotRun;
     }
-    tell({"mrp-agent: running"}, "");
+    tellLater(role == Agent::Role::standby ? "standby" : "running");
     activityManager.run();
     agent.stop();
     return ended;
@@ -91,7 +95,16 @@ int runProgram(const Options& options) {
         tell(read.errors, "");
         return wrongUse;
     }
-    return options.check ? check(options) : run(read.config);
+    if (options.standby && !read.config.standby.attributeLog) {
+        tell({options.configFile +
+              ": standby.attributeLog: expected the path of the active agent's attribute log"},
+             "");
+        return wrongUse;
+    }
+    if (options.check) {
+        return check(options);
+    }
+    return run(read.config, options.standby ? Agent::Role::standby : Agent::Role::active);
 }
 
 }  // namespace
@@ -101,12 +114,15 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     Options options;
     CLI::App app{"Runs MRP applications (MVRP, MSRP) on Ethernet interfaces, until SIGINT or "
-                 "SIGTERM.\nSIGUSR1 prints the attributes and the counters as a line of JSON.",
+                 "SIGTERM.\nSIGUSR1 prints the attributes and the counters as a line of JSON; "
+                 "SIGUSR2 makes a standby\nagent active.",
                  "mrp-agent"};
     app.add_option("--config", options.configFile, "The configuration, a TOML file")
         ->required()
         ->type_name("FILE");
     app.add_flag("--check", options.check, "Only read the configuration");
+    app.add_flag("--standby", options.standby,
+                 "Follow the active agent's attribute log, and take over from it");
     app.add_option("--trace", options.trace, "Trace levels, such as MrpSm/8 or '*/2'")
         ->type_name("NAME/LEVEL");
     try {

@@ -53,21 +53,33 @@ makeNetwork() {
         ip -n "$nsOne" link set one up && ip -n "$nsTwo" link set two up
 }
 
-# startAgent NAMESPACE CONFIG: sets $started to its process.
+# awaitMessage PID FILE TEXT: until the agent has written such a line.
+awaitMessage() {
+    local i
+    for ((i = 0; i < polls; i++)); do
+        grep -q "^mrp-agent: $3" "$2" && return 0
+        kill -0 "$1" 2>/dev/null || break
+        sleep "$pollInterval"
+    done
+    fail "mrp-agent did not say \"$3\" in $(basename "$2" .err)"
+}
+
+# startAgent NAMESPACE CONFIG [NAME --standby]: sets $started to its process, whose output is in the
+# files of that name, or of the configuration's.
 startAgent() {
-    local name=$2 i
-    "$bin/mrp-demo" --config "$name" >"$dir/$name.toml"
+    local config=$2 name=${3-$2} message=running
+    [ $# -lt 4 ] || message="standby, in step"
+    {
+        "$bin/mrp-demo" --config "$config"
+        printf '[attributeLog]\npath = "%s"\n' "$dir/$1.sock"
+        printf '[standby]\ntakeover = "on-disconnect"\n'
+    } >"$dir/$name.toml"
     : >"$dir/$name.err"
-    ip netns exec "$1" "$bin/mrp-agent" --config "$dir/$name.toml" \
+    ip netns exec "$1" "$bin/mrp-agent" --config "$dir/$name.toml" "${@:4}" \
         >"$dir/$name.out" 2>"$dir/$name.err" &
     started=$!
     pids+=("$started")
-    for ((i = 0; i < polls; i++)); do
-        grep -q '^mrp-agent: running' "$dir/$name.err" && return 0
-        kill -0 "$started" 2>/dev/null || break
-        sleep "$pollInterval"
-    done
-    fail "mrp-agent did not start with the configuration \"$name\""
+    awaitMessage "$started" "$dir/$name.err" "$message"
 }
 
 # An agent that is told to stop ends with status 0.
@@ -116,10 +128,23 @@ startAgent "$nsOne" one-later
 one=$started
 awaitTables "$one" one-later "$two" two "$dir/declaredOne" "$dir/declaredTwo"
 
+mv "$dir/tableA" "$dir/withdrawnOne"
+mv "$dir/tableB" "$dir/withdrawnTwo"
+
+startAgent "$nsTwo" two standby --standby
+standby=$started
+kill -KILL "$two"
+wait "$two" 2>/dev/null || true
+awaitMessage "$standby" "$dir/standby.err" running
+sleep 1.5  # longer than what is not declared anew stays registered
+awaitTables "$one" one-later "$standby" standby "$dir/declaredOne" "$dir/declaredTwo" \
+    "$dir/withdrawnOne" "$dir/withdrawnTwo"
+
 stopAgent "$one"
-stopAgent "$two"
+stopAgent "$standby"
 if [ -n "$pcap" ]; then
     stopAgent "$capture"
     echo "The frames are in $pcap."
 fi
-"$bin/mrp-demo" --tables "$dir/declaredOne" "$dir/declaredTwo" "$dir/tableA" "$dir/tableB"
+"$bin/mrp-demo" --tables "$dir/declaredOne" "$dir/declaredTwo" \
+    "$dir/withdrawnOne" "$dir/withdrawnTwo" "$dir/tableA" "$dir/tableB"

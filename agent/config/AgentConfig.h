@@ -39,6 +39,15 @@ struct AgentConfig {
         std::optional<Platform::Seconds> leaveAllTime;
     };
 
+    enum class Takeover { onSignal, onDisconnect };
+    // What an agent that is started as a standby does.
+    struct Standby {
+        // Where the active agent's attribute log is; the same as the agent's own when nothing is
+        // said, so that one configuration serves both.
+        std::optional<std::string> attributeLog;
+        Takeover takeover = Takeover::onSignal;
+    };
+
     std::vector<Mrp::MrpApplication> applications{Mrp::MrpApplication::mvrp,
                                                   Mrp::MrpApplication::msrp};
     std::vector<std::string> interfaces;
@@ -48,6 +57,9 @@ struct AgentConfig {
     Timers timers;
     std::map<std::string, IntfTimers> intfTimers;
     std::vector<Declaration> declarations;
+    // Where other programs can read the attributes; nowhere when nothing is said.
+    std::optional<std::string> attributeLogPath;
+    Standby standby;
 };
 
 // The engine's configuration entity for one application.

@@ -89,6 +89,46 @@ void readTimers(ConfigTable& root, AgentConfig& config) {
     table->finish();
 }
 
+// A path of a Unix socket, which has room for so many octets.
+std::optional<std::string> readSocketPath(ConfigTable& table, std::string_view key,
+                                          Presence presence) {
+    constexpr std::size_t longest = 107;
+    const std::string expected = "a path of 1 to 107 octets";
+    const auto path = table.text(key, expected, presence);
+    if (path &&
+        (path->empty() || path->size() > longest || path->find('\0') != std::string::npos)) {
+        table.errorIs(table.lineOf(key), key, "expected " + expected);
+        return std::nullopt;
+    }
+    return path;
+}
+
+void readAttributeLog(ConfigTable& root, AgentConfig& config) {
+    if (auto table = root.table("attributeLog")) {
+        config.attributeLogPath = readSocketPath(*table, "path", Presence::required);
+        table->finish();
+    }
+}
+
+void readStandby(ConfigTable& root, AgentConfig& config) {
+    config.standby.attributeLog = config.attributeLogPath;
+    auto table = root.table("standby");
+    if (!table) {
+        return;
+    }
+    if (const auto path = readSocketPath(*table, "attributeLog", Presence::optional)) {
+        config.standby.attributeLog = path;
+    }
+    const std::string expected = "\"on-signal\" or \"on-disconnect\"";
+    const auto takeover = table->text("takeover", expected, Presence::optional);
+    if (takeover == "on-disconnect") {
+        config.standby.takeover = AgentConfig::Takeover::onDisconnect;
+    } else if (takeover && takeover != "on-signal") {
+        table->errorIs(table->lineOf("takeover"), "takeover", "expected " + expected);
+    }
+    table->finish();
+}
+
 AgentConfig readRoot(const toml::table& document, ConfigErrors& errors) {
     constexpr std::size_t firstLine = 1;
     AgentConfig config;
@@ -98,6 +138,8 @@ AgentConfig readRoot(const toml::table& document, ConfigErrors& errors) {
     readBridgeMacAddr(root, config);
     config.mrpFlooding = root.flag("mrpFlooding").value_or(false);
     readTimers(root, config);
+    readAttributeLog(root, config);
+    readStandby(root, config);
     DeclarationReader(root, config).read();
     root.finish();
     return config;

@@ -61,6 +61,14 @@ void MrpInstance::disable(IntfId intfId) {
     mrpLib_->mrpInterfaceDisable(intfId);
 }
 
+void MrpInstance::becomeActive() {
+    mrpSm_->standbyModeIs(false);
+    mrpSm_->handleStandbyMode();
+    for (const IntfId intfId : mrpSm_->pamCollection()->keys()) {
+        mrpSm_->mrpPamSm()->transmitAllLeaveAll(intfId);
+    }
+}
+
 bool MrpInstance::request(IntfId intfId, AttributeType attributeType, std::uint8_t event,
                           std::span<const std::uint8_t> value) {
     const std::span<std::uint8_t> slot =

@@ -63,6 +63,11 @@ class MrpInstance {
     bool enable(Platform::IntfId intfId);
     void disable(Platform::IntfId intfId);
 
+    // A standby instance runs the protocol from now on, with what its status holds. Its sockets may
+    // hold frames from any time, and what neighbours said meanwhile may have been lost; so they are
+    // asked at once, by a LeaveAll, to declare anew, and are told what is declared here.
+    void becomeActive();
+
     // Makes one request for an attribute on an interface: `event` is one of Mrp::AttributeEvent,
     // `value` the octets of the value record (25, 34, 12, 4 or 2 of them; others are ignored and
     // the request refused).

@@ -9,33 +9,120 @@ namespace MrpAgent {
 using namespace Platform;
 using namespace Mrp;
 
-Agent::Agent(Linux::EpollActivityManager& activityManager, AgentConfig config)
+namespace {
+
+// What the node's state is known as.
+constexpr const char* nodeName = "mrp";
+
+}  // namespace
+
+Agent::Agent(Linux::EpollActivityManager& activityManager, AgentConfig config, Tell tell)
     : activityManager_(activityManager),
       config_(std::move(config)),
+      tell_(std::move(tell)),
       netInfo_(activityManager, interfaces_.kernelStatus, interfaces_.allIntfStatus,
                interfaces_.ethPhyIntfStatus) {}
 
-std::vector<std::string> Agent::start() {
+std::vector<std::string> Agent::start(Role role) {
+    role_ = role;
     std::vector<std::string> errors = addInterfaces();
     if (errors.empty()) {
+        if (role_ == Role::active) {
+            makeLog();
+        }
         makeInstances();
         errors = enableInterfaces();
     }
-    if (errors.empty()) {
-        declareAll();
-    } else {
+    if (errors.empty() && role_ == Role::active) {
+        errors = runActive();
+    }
+    if (!errors.empty()) {
         stop();
+    } else if (role_ == Role::standby) {
+        follow();
     }
     return errors;
 }
 
+std::vector<std::string> Agent::runActive() {
+    if (log_) {
+        log_->statusesAre(statuses());
+        if (const auto error = log_->open()) {
+            return {*error};
+        }
+    }
+    declareAll();
+    return {};
+}
+
+void Agent::follow() {
+    follower_ = std::make_unique<ActiveFollower>(
+        activityManager_, *config_.standby.attributeLog, statuses(),
+        ActiveFollower::Callbacks{tell_, [this] { handleGone(); }});
+    follower_->start();
+}
+
+void Agent::handleGone() {
+    if (config_.standby.takeover == AgentConfig::Takeover::onDisconnect) {
+        tell_("the active agent has gone; taking over");
+        becomeActive();
+    } else {
+        tell_("the active agent has gone; SIGUSR2 makes this one active");
+    }
+}
+
+void Agent::becomeActive() {
+    if (role_ == Role::active) {
+        return;
+    }
+    role_ = Role::active;
+    follower_->finish();
+    makeLog();  // where the engines look for it
+    for (const auto& instance : instances_) {
+        instance->becomeActive();
+    }
+    declareAll();
+    if (log_) {
+        log_->statusesAre(statuses());
+        log_->openSoon();
+    }
+    tell_("running");
+}
+
 void Agent::stop() {
+    if (follower_) {
+        follower_->finish();
+    }
     for (const auto& instance : instances_) {
         for (const std::string& name : config_.interfaces) {
             instance->disable(IntfId(name));
         }
     }
     instances_.clear();
+    log_.reset();
+}
+
+Json Agent::status() const {
+    Json status = {{"role", role_ == Role::active ? "active" : "standby"}};
+    status.update(statusJson(instances_));
+    status["attributeLog"] = log_ ? log_->status() : Json();
+    status["standby"] = follower_ ? follower_->status() : Json();
+    return status;
+}
+
+std::vector<Ptr<MrpStatus>> Agent::statuses() const {
+    std::vector<Ptr<MrpStatus>> statuses;
+    for (const auto& instance : instances_) {
+        statuses.emplace_back(&instance->mrpStatus());
+    }
+    return statuses;
+}
+
+void Agent::makeLog() {
+    if (config_.attributeLogPath) {
+        log_ = std::make_unique<AttributeLog>(nodeName, *config_.attributeLogPath,
+                                              config_.applications, activityManager_, tell_);
+    }
 }
 
 std::vector<std::string> Agent::addInterfaces() {
@@ -51,6 +138,8 @@ std::vector<std::string> Agent::addInterfaces() {
 void Agent::makeInstances() {
     const auto first = interfaces_.ethPhyIntfStatus->value(IntfId(config_.interfaces.front()));
     MrpInstance::Parameters parameters;
+    parameters.nodeName = nodeName;
+    parameters.standby = role_ == Role::standby;
     parameters.bridgeMac =
         config_.bridgeMacAddr.value_or(first.value_or(Interface::EthPhyIntfStatus{}).addr);
     for (const MrpApplication application : config_.applications) {

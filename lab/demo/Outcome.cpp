@@ -13,6 +13,15 @@ std::size_t goneFrom(const AttributeSet& before, const AttributeSet& after) {
                       [&](const auto& entry) { return !after.contains(entry.first); }));
 }
 
+// The leave indications that a node has given.
+std::uint64_t leavesSeenBy(const MrpAgent::Json& node) {
+    std::uint64_t leaves = 0;
+    for (const MrpAgent::Json& application : node.at("applications")) {
+        leaves += application.at("counters").at("numOfLeaveIndications").get<std::uint64_t>();
+    }
+    return leaves;
+}
+
 }  // namespace
 
 std::vector<std::string> missing(const Scenario& scenario, Stage stage, const NodePair& nodes) {
@@ -32,19 +41,24 @@ void printNodes(std::ostream& out, const std::string& title, const NodePair& nod
     out << "\n";
 }
 
-int printOutcome(std::ostream& out, const Scenario& scenario, const NodePair& declared,
-                 const NodePair& withdrawn) {
-    auto faults = missing(scenario, Stage::declared, declared);
-    for (std::string& line : missing(scenario, Stage::withdrawn, withdrawn)) {
+int printOutcome(std::ostream& out, const Scenario& scenario, const Stages& stages) {
+    auto faults = missing(scenario, Stage::declared, stages.declared);
+    for (std::string& line : missing(scenario, Stage::withdrawn, stages.withdrawn)) {
         faults.push_back("after the withdrawals " + line);
+    }
+    for (std::string& line : missing(scenario, Stage::takenOver, stages.takenOver)) {
+        faults.push_back("after the takeover " + line);
+    }
+    if (leavesSeenBy(stages.takenOver.one) != leavesSeenBy(stages.withdrawn.one)) {
+        faults.emplace_back("node one has withdrawn something while its neighbour was taken over");
     }
     for (const std::string& line : faults) {
         out << "missing: " << line << "\n";
     }
-    const AttributeSet one = registeredIn(declared.one);
-    const AttributeSet two = registeredIn(declared.two);
-    const std::size_t gone =
-        goneFrom(one, registeredIn(withdrawn.one)) + goneFrom(two, registeredIn(withdrawn.two));
+    const AttributeSet one = registeredIn(stages.declared.one);
+    const AttributeSet two = registeredIn(stages.declared.two);
+    const std::size_t gone = goneFrom(one, registeredIn(stages.withdrawn.one)) +
+                             goneFrom(two, registeredIn(stages.withdrawn.two));
     out << "demo: " << one.size() + two.size() << " registered, " << gone << " withdrawn, "
         << faults.size() << " missing" << std::endl;
     return faults.empty() ? 0 : 1;

@@ -18,12 +18,25 @@ constexpr std::size_t frameSizeLimit = 1514;  // octets, from the destination ad
 VirtualNode::VirtualNode(ActivityManager& activityManager, const AgentConfig& config,
                          const EthAddr& addr)
     : intfId_(config.interfaces.front()),
+      addr_(addr),
       device_(makePtr<Virtual::VirtualEthDev>(config.interfaces.front(), activityManager)) {
+    makeInstances(activityManager, config, false);
+}
+
+VirtualNode::VirtualNode(ActivityManager& activityManager, const AgentConfig& config,
+                         const VirtualNode& active)
+    : intfId_(active.intfId_), addr_(active.addr_), device_(active.device_) {
+    makeInstances(activityManager, config, true);
+}
+
+void VirtualNode::makeInstances(ActivityManager& activityManager, const AgentConfig& config,
+                                bool standby) {
     interfaces_.allIntfStatus->valueIs(intfId_, {frameSizeLimit});
-    interfaces_.ethPhyIntfStatus->valueIs(intfId_, {addr});
+    interfaces_.ethPhyIntfStatus->valueIs(intfId_, {addr_});
     interfaces_.kernelStatus->valueIs(intfId_, device_);
     MrpInstance::Parameters parameters;
-    parameters.bridgeMac = addr;
+    parameters.bridgeMac = addr_;
+    parameters.standby = standby;
     for (const Mrp::MrpApplication application : config.applications) {
         parameters.application = application;
         parameters.mrpConfig = mrpConfigOf(config);
@@ -46,6 +59,20 @@ MrpInstance& VirtualNode::instance(Mrp::MrpApplication application) {
                      [&](const auto& instance) { return instance->application() == application; });
     require(found != instances_.end(), "the node runs the applications of its declarations");
     return **found;
+}
+
+std::vector<Ptr<Mrp::MrpStatus>> VirtualNode::statuses() const {
+    std::vector<Ptr<Mrp::MrpStatus>> statuses;
+    for (const auto& instance : instances_) {
+        statuses.emplace_back(&instance->mrpStatus());
+    }
+    return statuses;
+}
+
+void VirtualNode::becomeActive() {
+    for (const auto& instance : instances_) {
+        instance->becomeActive();
+    }
 }
 
 void VirtualNode::declareAll(const AgentConfig& config) {

@@ -18,6 +18,8 @@ namespace {
 
 using namespace MrpLab;
 
+constexpr std::size_t maxStages = 3;
+
 struct Options {
     std::string pcapFile = "demo.pcap";
     std::string config;
@@ -42,25 +44,22 @@ MrpAgent::Json readTable(const std::string& fileName) {
     }
 }
 
-// One pair of tables: whether the declarations have arrived. Two: the same, and whether the
-// withdrawn ones are gone.
+// The pairs of tables are those of the stages so far: whether the last of them is complete. Of all
+// stages, unless quiet, the whole story.
 int judgeTables(const Options& options) {
     const Scenario scenario = Scenario::make();
-    std::vector<MrpAgent::Json> tables;
-    for (const std::string& fileName : options.tables) {
-        tables.push_back(readTable(fileName));
+    std::vector<NodePair> pairs;
+    for (std::size_t i = 0; i < options.tables.size(); i += 2) {
+        pairs.push_back({readTable(options.tables[i]), readTable(options.tables[i + 1])});
     }
-    const NodePair declared{tables.at(0), tables.at(1)};
-    if (tables.size() == 2) {
-        return missing(scenario, Stage::declared, declared).empty() ? 0 : 1;
+    if (options.quiet || pairs.size() < maxStages) {
+        const auto stage = static_cast<Stage>(pairs.size() - 1);
+        return missing(scenario, stage, pairs.back()).empty() ? 0 : 1;
     }
-    const NodePair withdrawn{tables.at(2), tables.at(3)};
-    if (options.quiet) {
-        return missing(scenario, Stage::withdrawn, withdrawn).empty() ? 0 : 1;
-    }
-    printNodes(std::cout, "Declared", declared);
-    printNodes(std::cout, "Some no longer declared by node one, and aged out", withdrawn);
-    return printOutcome(std::cout, scenario, declared, withdrawn);
+    printNodes(std::cout, "Declared", pairs[0]);
+    printNodes(std::cout, "Some no longer declared by node one, and aged out", pairs[1]);
+    printNodes(std::cout, "Node two's agent killed, and its standby active", pairs[2]);
+    return printOutcome(std::cout, scenario, {pairs[0], pairs[1], pairs[2]});
 }
 
 int runProgram(const Options& options) {
@@ -91,14 +90,14 @@ int main(int argc, char** argv) {
         ->type_name("INTERFACE");
     app.add_option("--tables", options.tables,
                    "Judge what agents printed: node one's file and node two's, with the "
-                   "declarations, and again after the withdrawals")
+                   "declarations, again after the withdrawals, and after the takeover")
         ->type_name("FILE")
-        ->expected(2, 4);
+        ->expected(2, 2 * maxStages);
     app.add_flag("--quiet", options.quiet, "Only by exit status");
     try {
         app.parse(argc, argv);
-        if (options.tables.size() == 3) {
-            throw CLI::ValidationError("--tables", "two files or four");
+        if (options.tables.size() % 2 != 0) {
+            throw CLI::ValidationError("--tables", "two files a stage");
         }
         return runProgram(options);
     } catch (const CLI::ParseError& error) {

@@ -82,6 +82,19 @@ void EpollActivityManager::descriptorIs(int fd, Callback readable, Callback fail
         Registration{generation, std::move(readable), std::move(failed)});
 }
 
+void EpollActivityManager::writableIs(int fd, Callback writable) {
+    const auto found = registrations_.find(fd);
+    require(found != registrations_.end(), "the descriptor is registered");
+    Registration& registration = *found->second;
+    if (static_cast<bool>(writable) != static_cast<bool>(registration.writable)) {
+        epoll_event event{};
+        event.events = writable ? EPOLLIN | EPOLLOUT : EPOLLIN;
+        event.data.u64 = keyOf(fd, registration.generation);
+        checked(::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, fd, &event), "watching a descriptor");
+    }
+    registration.writable = std::move(writable);
+}
+
 void EpollActivityManager::descriptorDel(int fd) {
     if (registrations_.erase(fd) != 0) {
         ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, fd, nullptr);
@@ -195,16 +208,23 @@ void EpollActivityManager::handleEvent(std::uint64_t key, std::uint32_t events) 
             found != registrations_.end() && keyOf(fd, found->second->generation) == key;
         return same ? found->second : nullptr;
     };
-    const bool failure = (events & (EPOLLERR | EPOLLHUP)) != 0;
-    if (const auto registration = registered(); registration && failure && registration->failed) {
-        dispatch(registration->failed);
-        runPosted();
-        if ((events & EPOLLIN) == 0) {
-            return;
+    bool toRead = (events & EPOLLIN) != 0;
+    if ((events & (EPOLLERR | EPOLLHUP)) != 0) {
+        if (const auto registration = registered(); registration && registration->failed) {
+            dispatch(registration->failed);
+            runPosted();
+        } else {
+            toRead = true;
         }
     }
-    if (const auto registration = registered(); registration && !stopped_) {
+    if (const auto registration = registered(); registration && toRead && !stopped_) {
         dispatch(registration->readable);
+        runPosted();
+    }
+    if (const auto registration = registered();
+        registration && (events & EPOLLOUT) != 0 && registration->writable && !stopped_) {
+        const Callback callback = registration->writable;  // which may end itself
+        dispatch(callback);
         runPosted();
     }
 }

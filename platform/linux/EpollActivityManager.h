@@ -30,6 +30,10 @@ class EpollActivityManager final : public ActivityManager {
     // first is told of them too. The descriptor stays the caller's, who ends the registration
     // before closing it.
     void descriptorIs(int fd, Callback readable, Callback failed = nullptr);
+    // Runs `writable` as often as the loop finds the descriptor, which is registered, writable
+    // (level-triggered), in place of a callback set before; null ends that, and so does the end of
+    // the registration.
+    void writableIs(int fd, Callback writable);
     // Ends the registration, if there is one. From then on no callback runs for it, not even for
     // what this turn has already seen, whatever the number stands for by then.
     void descriptorDel(int fd);
@@ -50,6 +54,7 @@ class EpollActivityManager final : public ActivityManager {
         std::uint32_t generation;  // tells the events of an earlier registration of the number
         Callback readable;
         Callback failed;
+        Callback writable = nullptr;
     };
 
     void runUntil(Seconds end);

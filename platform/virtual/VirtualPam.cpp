@@ -9,12 +9,17 @@
 
 namespace Platform::Virtual {
 
+namespace {
+constexpr Seconds announceAgainAfter = 0.1;
+}
+
 VirtualPam::VirtualPam(IntfId intfId, VirtualEthDev& device, ActivityManager& activityManager,
                        const EthDevPamParameters& parameters)
     : EthDevPam(intfId),
       device_(&device),
       activityManager_(activityManager),
-      parameters_(parameters) {}
+      parameters_(parameters),
+      announceAgain_(activityManager.clock(), [this] { announceLeft(); }) {}
 
 VirtualPam::~VirtualPam() {
     if (device_ != nullptr) {
@@ -44,6 +49,7 @@ void VirtualPam::receive(std::span<const std::uint8_t> frame) {
         ++device_->counters_.filtered;
         return;
     }
+    announces_ = true;
     put(frame.first(std::min(frame.size(), accepted)), true);
 }
 
@@ -71,8 +77,24 @@ void VirtualPam::postReadable() {
             return;
         }
         const Ptr<VirtualPam> pam(*self);
-        pam->readable().notify();
+        pam->announce();
     });
+}
+
+// Whoever reacts may leave the frame where it is.
+void VirtualPam::announce() {
+    const std::size_t before = queue_.size();
+    readable().notify();
+    if (announces_ && queue_.size() == before) {
+        announceAgain_.expiryIs(activityManager_.clock().now() + announceAgainAfter);
+    }
+}
+
+void VirtualPam::announceLeft() {
+    const Ptr<VirtualPam> self(this);
+    while (!queue_.empty() && announceAgain_.expiry() == never) {
+        announce();
+    }
 }
 
 }  // namespace Platform::Virtual

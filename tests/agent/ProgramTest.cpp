@@ -56,13 +56,16 @@ TEST(MrpDemoProgram, findsWhatIsMissing) {
     const std::string stale =
         fileOf("stale.json",
                R"({"applications":[{"application":"mvrp","attributes":[{"attributeType":)"
-               R"("vlanVector","applicant":"VO","registrar":"LV","value":"006e","vlan":110}]}]})"
+               R"("vlanVector","applicant":"VO","registrar":"LV","value":"006e","vlan":110}],)"
+               R"("counters":{"numOfLeaveIndications":1}}]})"
                "\n");
-    const std::string output = outputOf(demo + empty + empty + empty + stale);
+    const std::string output =
+        outputOf(demo + empty + empty + empty + stale + " " + stale + " " + stale);
     for (const char* expected :
          {"missing: node two has not registered VLAN 107\n",
           "missing: after the withdrawals node two has registered, but should not have, VLAN 110\n",
-          "demo: 0 registered, 0 withdrawn, 25 missing\nstatus 1\n"}) {
+          "missing: node one has withdrawn something while its neighbour was taken over\n",
+          "demo: 0 registered, 0 withdrawn, 37 missing\nstatus 1\n"}) {
         EXPECT_THAT(output, HasSubstr(expected));
     }
     EXPECT_THAT(outputOf(demo + empty + fileOf("no.json", "[1]\n")), HasSubstr("status 1\n"));

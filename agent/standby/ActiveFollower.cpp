@@ -1,0 +1,100 @@
+#include "agent/standby/ActiveFollower.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace MrpAgent {
+
+using namespace Platform;
+using namespace Mrp;
+
+namespace {
+
+constexpr Seconds retryAfter = 0.05;
+
+}  // namespace
+
+ActiveFollower::ActiveFollower(Linux::EpollActivityManager& activityManager, std::string path,
+                               const std::vector<Ptr<MrpStatus>>& statuses, Callbacks callbacks)
+    : path_(std::move(path)),
+      mirror_(statuses),
+      callbacks_(std::move(callbacks)),
+      reader_(
+          activityManager, [this](std::string_view line) { handleLine(line); },
+          [this](const auto& ending) { handleEnd(ending); }),
+      retry_(activityManager.clock(), [this] { connect(); }) {}
+
+void ActiveFollower::start() {
+    connect();
+}
+
+void ActiveFollower::connect() {
+    const int error = reader_.connectTo(path_);
+    if (error == 0) {
+        ++sessions_;
+        mirror_.sessionStarts();
+        return;
+    }
+    const bool nobody = error == ECONNREFUSED || error == ENOENT;
+    if (nobody && std::exchange(followed_, false)) {
+        callbacks_.gone();
+    }
+    trouble(std::strerror(error));
+}
+
+void ActiveFollower::handleLine(std::string_view line) {
+    const bool before = mirror_.complete();
+    if (const auto fault = mirror_.lineIs(line)) {
+        ++faults_;
+        reader_.close();
+        mirror_.sessionEnds(false);
+        trouble(*fault);
+        return;
+    }
+    followed_ = followed_ || mirror_.accepted();
+    if (!before && mirror_.complete()) {
+        lastTrouble_.clear();
+        callbacks_.tell("standby, in step with the active agent");
+    }
+}
+
+// A connection also ends when the active agent finds its reader too slow: whether the agent has
+// gone is known when nobody listens any more.
+void ActiveFollower::handleEnd(const Linux::UnixLineReader::Ending& ending) {
+    if (!ending.clean) {
+        ++faults_;
+    }
+    mirror_.sessionEnds(ending.clean);
+    trouble(ending.why);
+}
+
+void ActiveFollower::trouble(const std::string& what) {
+    if (finished_) {
+        return;
+    }
+    if (what != lastTrouble_) {
+        lastTrouble_ = what;
+        callbacks_.tell(path_ + ": " + what + "; trying again");
+    }
+    retry_.expiryIs(retry_.clock().now() + retryAfter);
+}
+
+void ActiveFollower::finish() {
+    finished_ = true;
+    retry_.expiryIs(never);
+    if (reader_.connected()) {
+        reader_.readArrived();
+    }
+    reader_.close();
+    mirror_.sessionEnds(true);
+}
+
+Json ActiveFollower::status() const {
+    return {{"connected", mirror_.accepted()},
+            {"complete", mirror_.complete()},
+            {"sessions", sessions_},
+            {"faults", faults_}};
+}
+
+}  // namespace MrpAgent
