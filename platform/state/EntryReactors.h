@@ -29,8 +29,6 @@ class EntryReactors {
     EntryReactors(const EntryReactors&) = delete;
     EntryReactors& operator=(const EntryReactors&) = delete;
 
-    std::size_t size() const { return watches_.size(); }
-
   private:
     void handleEntry(const Key& key) {
         watches_.erase(key);

@@ -5,25 +5,6 @@
 
 namespace MrpTest {
 
-namespace {
-
-// A record as a standby's database holds it.
-void publish(TestNode& node, AttributeKey key) {
-    const auto database = node.instance->mrpStatus().applicationDatabaseIs(MrpApplication::mvrp);
-    const auto record =
-        database->attrDatabaseIs(node.intf(1))->intfTypeApplicantIs(vlanType)->mrpAttributeIs(key);
-    record->applicantStateIs(MrpApplicantState::QO);
-    record->registrarStateIs(MrpRegistrarState::IN);
-    record->attributeValueIs(ValueIndex(1), static_cast<std::uint8_t>(key));
-}
-
-void becomeActive(TestNode& node) {
-    node.sm().standbyModeIs(false);
-    node.sm().handleStandbyMode();
-}
-
-}  // namespace
-
 TEST(Root, ActiveStartUp) {
     for (const auto& [application, types] :
          {std::pair(MrpApplication::msrp, 4), std::pair(MrpApplication::mvrp, 1),
@@ -55,55 +36,14 @@ TEST(Root, SecondEngineInstallsTheFirstFilter) {
                                        nodeInterfaces.ethPhyIntfStatus,
                                        makePtr<EntityManager>("mrp", activityManager), false));
         EXPECT_EQ(engines.back()->pamMan()->parameters().listenAddr, EthAddr(address));
+        // Without a spanning-tree status there is no topology to follow.
+        EXPECT_EQ(libs.back()->baseSpanningTreeTopo(IntfId("et1")), "");
     }
     const SocketFilter& first = engines[0]->pamMan()->parameters().filter;
     EXPECT_EQ(first.size(), 11U);
     EXPECT_EQ(engines[1]->pamMan()->parameters().filter, first);
     EXPECT_NE(mrpSocketFilter(libs[0]->destinationAddr(), libs[0]->ethType()),
               mrpSocketFilter(libs[1]->destinationAddr(), libs[1]->ethType()));
-}
-
-TEST(Root, StandbyHasPacketAccessOnly) {
-    TestNode node(MrpApplication::mvrp, 1, nullptr, true);
-    publish(node, 100);
-    node.sm().handleStandbyMode();  // still standby: nothing
-    EXPECT_EQ(node.sm().mrpCounters(), nullptr);
-    EXPECT_TRUE(node.sm().mrpPamSm()->mrpIntfPamSmHas(node.intf(1)));
-    // Requests and clean-up leave the database alone; an interface can go and come.
-    node.declareVlan(5);
-    node.lib->mrpCleanUpIntfDatabaseAttribute(node.intf(1), vlanType, 100);
-    node.instance->disable(node.intf(1));
-    EXPECT_FALSE(node.sm().mrpPamSm()->mrpIntfPamSmHas(node.intf(1)));
-    node.instance->enable(node.intf(1));
-    node.runUntil(20);
-    EXPECT_TRUE(node.committed(vlanType, 100));
-    EXPECT_FALSE(node.committed(vlanType, 5));
-    EXPECT_TRUE(node.sent.empty());
-}
-
-TEST(Root, StandbyBecomesActive) {
-    TestNode node(MrpApplication::mvrp, 2, nullptr, true);
-    publish(node, 100);
-    publish(node, 101);
-    node.receive(vlanLv(100));
-    node.receive(vlanLv(101));
-    node.runUntil(3);
-    becomeActive(node);
-    EXPECT_EQ(node.states(vlanType, 100), "QO/IN");
-    // The frames of the standby's time are read from the next notification on, one each.
-    node.receive(vlanJoin(200));
-    EXPECT_EQ(node.states(vlanType, 100), "VO/LV");
-    EXPECT_EQ(node.states(vlanType, 101), "QO/IN");
-    node.receive(vlanLeaveAll);
-    EXPECT_EQ(node.states(vlanType, 101), "VO/LV");
-    // There is no way back: the flag is without effect on what runs.
-    node.sm().standbyModeIs(true);
-    node.sm().handleStandbyMode();
-    node.runUntil(12.9);
-    takeSent(node);
-    becomeActive(node);  // nothing starts twice: the LeaveAll periods are those begun at 3 s
-    node.runUntil(14);
-    EXPECT_EQ(takeSent(node), vlanLeaveAll + "|" + vlanLeaveAll);
 }
 
 // Everything is under way when the engine goes; nothing of it is called afterwards.
@@ -143,11 +83,8 @@ TEST(Root, TearDownInFullFlight) {
 }
 
 TEST(RootDeathTest, ProgrammingErrors) {
-    TestNode standby(MrpApplication::mvrp, 1, nullptr, true);
-    EXPECT_DEATH(standby.sm().handleInitialized(), "!initialized\\(\\)");
-    EXPECT_DEATH(standby.sm().mrpPamSm()->transmitAllLeaveAll(standby.intf(1)),
-                 "initialized\\(\\) && !standbyMode\\(\\)");
     TestNode node(MrpApplication::mvrp);
+    EXPECT_DEATH(node.sm().handleInitialized(), "!initialized\\(\\)");
     EXPECT_DEATH(node.sm().leaveAllSm()->mrpPostLeaveAllToSm(node.intf(1), vlanType,
                                                              MrpApplicantEvent::rxLvAll,
                                                              MrpRegistrarEvent::txLvAll),

@@ -43,7 +43,12 @@ void TestLib::mrpLeaveIndication(const MrpParameters& parameters) {
 }
 
 TestNode::TestNode(MrpApplication application, std::size_t interfaceCount,
-                   const std::function<void(MrpConfig&)>& configure, bool standby) {
+                   const std::function<void(MrpConfig&)>& configure, bool standby,
+                   const Ptr<Stp::Status>& stp)
+    : stpStatus(stp ? stp : makePtr<Stp::Status>()) {
+    if (!stp) {
+        stpStatus->modeIs(0);
+    }
     setenv("DISABLE_LEAVE_ALL_RANDOMIZATION", "1", 1);
     logSinkIs([this](const LogHandle& handle, const std::string& message) {
         log.push_back(handle.name() + ": " + message);
@@ -64,6 +69,7 @@ TestNode::TestNode(MrpApplication application, std::size_t interfaceCount,
     parameters.application = application;
     parameters.bridgeMac = EthAddr(0x0200000000aaULL);
     parameters.standby = standby;
+    parameters.stpStatus = stpStatus;
     parameters.mrpLib = lib;
     parameters.mrpConfig = makePtr<MrpConfig>();
     if (configure) {
@@ -115,6 +121,11 @@ void TestNode::declareVlan(std::uint16_t vlan, std::size_t number) {
 void TestNode::withdrawVlan(std::uint16_t vlan, std::size_t number) {
     request(AttributeEvent::lv, vlanType,
             {static_cast<std::uint8_t>(vlan >> 8), static_cast<std::uint8_t>(vlan)}, number);
+}
+
+void TestNode::portRoleIs(int role, const std::string& msti, std::size_t number) {
+    const auto topology = stpStatus->stpiStatus().partIs("Stp")->mstiStatus().partIs(msti);
+    topology->portStatus().partIs(intf(number).name())->roleIs(role);
 }
 
 std::string TestNode::states(AttributeType type, AttributeKey key, std::size_t number) {

@@ -52,12 +52,13 @@ class TestLib final : public MrpLib {
 };
 
 // One engine on the virtual platform, with interfaces et1, et2, … enabled, and all that it does
-// recorded. LeaveAll periods are not randomised. Time begins at 0.
+// recorded. LeaveAll periods are not randomised. Time begins at 0. The spanning tree is in mode 0
+// unless its status is given.
 class TestNode {
   public:
     explicit TestNode(MrpApplication application, std::size_t interfaces = 1,
                       const std::function<void(MrpConfig&)>& configure = nullptr,
-                      bool standby = false);
+                      bool standby = false, const Ptr<Stp::Status>& stpStatus = nullptr);
     ~TestNode();
 
     IntfId intf(std::size_t number) const { return intfs.at(number - 1); }
@@ -78,6 +79,9 @@ class TestNode {
     void declareVlan(std::uint16_t vlan, std::size_t number = 1);
     void withdrawVlan(std::uint16_t vlan, std::size_t number = 1);
 
+    // Writes a port's role into the spanning-tree status, in the instance "Stp".
+    void portRoleIs(int role, const std::string& msti = "Cist", std::size_t number = 1);
+
     // "QA/IN", or "-" when no look-up shows the attribute.
     std::string states(AttributeType type, AttributeKey key, std::size_t number = 1);
     // Brings an attribute into existence in the given states, past the protocol.
@@ -89,6 +93,7 @@ class TestNode {
 
     Virtual::VirtualActivityManager activityManager;
     MrpAgent::NodeInterfaces interfaces = MrpAgent::NodeInterfaces::make();
+    Ptr<Stp::Status> stpStatus;
     std::vector<IntfId> intfs;
     std::vector<Ptr<Virtual::VirtualEthDev>> devs;
     std::vector<SentFrame> sent;
