@@ -1,6 +1,9 @@
 #include "agent/attributelog/StatusExport.h"
 
+#include <exception>
 #include <utility>
+
+#include "platform/time/Dispatch.h"
 
 namespace MrpAgent {
 
@@ -114,9 +117,7 @@ void StatusExport::recordChanged(Source& source, const MrpAttribute& attribute,
                                  const MrpAttrDatabase* record) {
     const Progress& told = source.told;
     if (told.allRecords || (told.record && attribute <= *told.record)) {
-        line_.clear();
-        source.writer.record(line_, attribute, record);
-        reader_->linesIs(line_);
+        tell([&](std::string& line) { source.writer.record(line, attribute, record); });
     }
 }
 
@@ -125,10 +126,23 @@ void StatusExport::leaveAllTimeChanged(Source& source, const LeaveAllKey& key) {
     if (told.all || (told.leaveAllTime && key <= *told.leaveAllTime)) {
         const auto& times = source.database->leaveAllTime();
         const auto found = times.find(key);
+        tell([&](std::string& line) {
+            source.writer.leaveAllTime(
+                line, key, found != times.end() ? std::optional(found->second) : std::nullopt);
+        });
+    }
+}
+
+// Whoever changes the status knows nothing of its readers: an error here is none of his.
+template <class Write>
+void StatusExport::tell(Write write) {
+    try {
         line_.clear();
-        source.writer.leaveAllTime(
-            line_, key, found != times.end() ? std::optional(found->second) : std::nullopt);
+        write(line_);
         reader_->linesIs(line_);
+    } catch (const std::exception& error) {
+        DispatchErrors::add(error);
+        reader_->linesLost();
     }
 }
 

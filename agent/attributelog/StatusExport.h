@@ -49,6 +49,8 @@ class StatusExport final : public Platform::AttrLogContent {
     void recordChanged(Source& source, const Mrp::MrpAttribute& attribute,
                        const Mrp::MrpAttrDatabase* record);
     void leaveAllTimeChanged(Source& source, const Mrp::MrpApplicationDatabase::LeaveAllKey& key);
+    template <class Write>
+    void tell(Write write);
 
     std::string node_;
     std::vector<Mrp::MrpApplication> applications_;

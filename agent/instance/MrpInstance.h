@@ -65,7 +65,8 @@ class MrpInstance {
 
     // A standby instance runs the protocol from now on, with what its status holds. Its sockets may
     // hold frames from any time, and what neighbours said meanwhile may have been lost; so they are
-    // asked at once, by a LeaveAll, to declare anew, and are told what is declared here.
+    // asked at once, by a LeaveAll, to declare anew, and are told what is declared here. What only
+    // an old frame declares goes with the next LeaveAll of the engine's own.
     void becomeActive();
 
     // Makes one request for an attribute on an interface: `event` is one of Mrp::AttributeEvent,

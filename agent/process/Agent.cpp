@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/base/Assert.h"
+#include "platform/time/Dispatch.h"
 
 namespace MrpAgent {
 
@@ -78,10 +79,11 @@ void Agent::becomeActive() {
     role_ = Role::active;
     follower_->finish();
     makeLog();  // where the engines look for it
+    // Trouble of one application is not the other's.
     for (const auto& instance : instances_) {
-        instance->becomeActive();
+        dispatch([&] { instance->becomeActive(); });
     }
-    declareAll();
+    dispatch([this] { declareAll(); });
     if (log_) {
         log_->statusesAre(statuses());
         log_->openSoon();

@@ -8,9 +8,9 @@
 
 #include "lab/demo/MemoryLog.h"
 #include "lab/demo/Outcome.h"
-#include "lab/demo/PcapFile.h"
 #include "lab/demo/Scenario.h"
 #include "lab/demo/VirtualNode.h"
+#include "lab/pcap/PcapFile.h"
 #include "platform/linux/EpollActivityManager.h"
 #include "platform/log/Log.h"
 #include "platform/virtual/VirtualWire.h"

@@ -46,4 +46,8 @@ void MemoryLog::linesIs(std::string_view lines) {
     }
 }
 
+void MemoryLog::linesLost() {
+    mirror_.sessionEnds(false);
+}
+
 }  // namespace MrpLab

@@ -21,6 +21,7 @@ class MemoryLog final : private Platform::AttrLogReader {
 
   private:
     void linesIs(std::string_view lines) override;
+    void linesLost() override;
 
     MrpAgent::StatusExport export_;
     MrpAgent::StatusMirror mirror_;

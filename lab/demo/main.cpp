@@ -12,7 +12,7 @@
 
 #include "lab/demo/InMemoryDemo.h"
 #include "lab/demo/Outcome.h"
-#include "lab/demo/PcapFile.h"
+#include "lab/pcap/PcapFile.h"
 
 namespace {
 

@@ -141,12 +141,27 @@ void UnixAttrLog::linesIs(std::string_view lines) {
         return;
     }
     require(lines.back() == '\n', "an attribute log is given whole lines");
-    if (append(lines)) {
-        if (queue_.waiting() >= UnixLineQueue::sendOctets && !full_) {
+    try {
+        if (!append(lines)) {
+            return;
+        }
+        // Also a full socket is tried now and then: see work().
+        if (queue_.waiting() >= triedAt_ + UnixLineQueue::sendOctets) {
             send();
         } else {
             postWork();
         }
+    } catch (const std::exception& error) {
+        DispatchErrors::add(error);
+        endSoon();
+    }
+}
+
+void UnixAttrLog::linesLost() {
+    if (connected() && !ending_) {
+        ++counters_.dropped;
+        counters_.droppedLines += 1 + queue_.drop();
+        endSoon();
     }
 }
 
@@ -215,6 +230,7 @@ void UnixAttrLog::send() {
         return;
     }
     full_ = sent == UnixLineQueue::Sent::later;
+    triedAt_ = full_ ? queue_.waiting() : 0;
     watchWritable();
 }
 
@@ -231,7 +247,7 @@ void UnixAttrLog::endSoon() {
     ending_ = true;
     stateLeft_ = false;
     queue_.drop();
-    postWork();
+    dispatch([this] { postWork(); });  // what cannot be posted is done at the next event
 }
 
 void UnixAttrLog::end() {
@@ -261,6 +277,7 @@ void UnixAttrLog::closeSocket() {
     socket_.reset();
     queue_ = {};
     stateLeft_ = full_ = watching_ = ending_ = false;
+    triedAt_ = 0;
 }
 
 }  // namespace Platform::Linux

@@ -59,6 +59,7 @@ class UnixAttrLog final : public AttrLogSocketOutput, private AttrLogReader {
 
   private:
     void linesIs(std::string_view lines) override;
+    void linesLost() override;
 
     void handleClients();
     void clientIs(FileDescriptor client);
@@ -83,9 +84,10 @@ class UnixAttrLog final : public AttrLogSocketOutput, private AttrLogReader {
     Counters counters_;
     FileDescriptor socket_;
     UnixLineQueue queue_;
-    bool stateLeft_ = false;  // to be asked for
-    bool full_ = false;       // lines wait for the loop to find the socket writable
-    bool watching_ = false;   // whether the loop looks for that
+    bool stateLeft_ = false;   // to be asked for
+    bool full_ = false;        // lines wait for the loop to find the socket writable
+    std::size_t triedAt_ = 0;  // what waited when the socket was last found full
+    bool watching_ = false;    // whether the loop looks for that
     // The connection takes no lines any more. It is there until the line that is partly out is out.
     bool ending_ = false;
     bool posted_ = false;

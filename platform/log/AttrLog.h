@@ -47,6 +47,9 @@ class AttrLogReader {
     // Whole lines for the reader, each with its newline, behind those it has been given before.
     // Never waits, and calls nobody back.
     virtual void linesIs(std::string_view lines) = 0;
+    // Lines that the reader should have been given are lost, for want of memory: it is given no
+    // more, and has to begin anew. Calls nobody back either.
+    virtual void linesLost() = 0;
 };
 
 // What an attribute log tells its reader: first the state, piece by piece as the reader takes it,

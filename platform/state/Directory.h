@@ -52,11 +52,11 @@ class Directory : public Entity {
         }
     }
 
-    Notification<Key>& changed() { return changed_; }
+    Notification<Key>& changed() const { return changed_; }
 
   private:
     std::map<Key, Value> values_;
-    Notification<Key> changed_;
+    mutable Notification<Key> changed_;
 };
 
 template <class Value>

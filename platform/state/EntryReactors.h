@@ -18,7 +18,7 @@ class EntryReactors {
     using Make = std::function<std::unique_ptr<Watch>(const Key& key, const Value& value)>;
 
     // The directory outlives it.
-    EntryReactors(Directory<Key, Value>& directory, Make make)
+    EntryReactors(const Directory<Key, Value>& directory, Make make)
         : directory_(directory),
           make_(std::move(make)),
           reactor_(directory.changed().react([this](const Key& key) { handleEntry(key); })) {
@@ -37,7 +37,7 @@ class EntryReactors {
         }
     }
 
-    Directory<Key, Value>& directory_;
+    const Directory<Key, Value>& directory_;
     Make make_;
     std::map<Key, std::unique_ptr<Watch>> watches_;
     Reactor reactor_;

@@ -38,7 +38,8 @@ class [[nodiscard]] Reactor {
 // A change that others react to. Reactors run in the order in which they were made, synchronously,
 // inside notify(). Inside a notification a reactor may drop itself, drop others (which then are not
 // called any more), add reactors (called from the next notification on), or destroy the
-// Notification.
+// Notification. An error that leaves a reactor leaves notify() too, and the reactors behind it are
+// not called.
 template <class... Args>
 class Notification {
   public:

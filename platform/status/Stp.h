@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/base/Assert.h"
 #include "platform/state/Directory.h"
 #include "platform/status/Bridging.h"
 
@@ -20,14 +21,19 @@ class PartDir final : public Directory<std::string, Ptr<Part>> {
         Ptr<Part> found = part(name);
         if (!found) {
             found = makePtr<Part>(name);
-            this->valueIs(name, found);
+            valueIs(name, found);
         }
         return found;
+    }
+    // Enters the part under its name.
+    void valueIs(const std::string& name, const Ptr<Part>& part) {
+        require(part && part->name() == name, "a part is entered under its name");
+        Directory<std::string, Ptr<Part>>::valueIs(name, part);
     }
 };
 
 // A port in one spanning tree, named as its interface. Its role is a number of the spanning-tree
-// program: 1 and 2 are forwarding roles, 3 is a discarding one; 0 as long as none has been said.
+// program; 0 as long as none has been said.
 class PortStatus final : public Entity {
   public:
     using Entity::Entity;
@@ -39,11 +45,11 @@ class PortStatus final : public Entity {
             roleChanged_.notify();
         }
     }
-    Notification<>& roleChanged() { return roleChanged_; }
+    Notification<>& roleChanged() const { return roleChanged_; }
 
   private:
     int role_ = 0;
-    Notification<> roleChanged_;
+    mutable Notification<> roleChanged_;
 };
 
 // One spanning tree of an instance: a topology and the ports in it.

@@ -44,8 +44,14 @@ void Alarm::expiryIs(Seconds expiry) {
     }
     expiry_ = expiry;
     sequence_ = clock_.sequence_++;
-    if (expiry_ != never) {
+    if (expiry_ == never) {
+        return;
+    }
+    try {
         clock_.alarms_.insert(this);
+    } catch (...) {
+        expiry_ = never;  // for want of memory it is not set
+        throw;
     }
 }
 

@@ -61,6 +61,8 @@ class MirrorReader final : public AttrLogReader {
         }
     }
 
+    void linesLost() override { FAIL(); }
+
     std::string text;
 
   private:

@@ -163,6 +163,31 @@ TEST(Database, CloggedAttributeLogPausesReviews) {
     EXPECT_EQ(other->asked, 0);
 }
 
+// What is told of a record is true: not what a received LeaveAll only assumes of it, and nothing of
+// one that is pending.
+TEST(Database, TellsOfItsChanges) {
+    TestNode node(MrpApplication::mvrp);
+    std::string told;
+    const Reactor reactor = node.sm().applicationDatabase()->recordChanged().react(
+        [&](const MrpAttribute& attribute, const MrpAttrDatabase* record) {
+            told += std::to_string(attribute.key);
+            if (record != nullptr) {
+                told += stringValue(record->applicantState());
+                told += stringValue(record->registrarState());
+            }
+            told += ' ';
+        });
+    node.receive(vlanJoin(5));
+    node.receive(vlanJoin(5));
+    EXPECT_EQ(std::exchange(told, ""), "");
+    node.runUntil(0.2);
+    EXPECT_EQ(std::exchange(told, ""), "5QOIN ");
+    node.receive(vlanLeaveAll);
+    EXPECT_EQ(std::exchange(told, ""), "5VOIN 5VOLV ");
+    node.runUntil(2);
+    EXPECT_EQ(told, "5VOMT 5 ");
+}
+
 TEST(Database, DisablingAnInterfaceForgetsItsAttributes) {
     TestNode node(MrpApplication::msrp, 2);
     node.request(Ev::joinIn, talkerType, hex(talker(1)));

@@ -210,4 +210,16 @@ TEST(PortRole, ChangedByAnIndication) {
     EXPECT_EQ(seen(node), "j100@2 j101@2 j102@2 l100@2.6 l101@3.2 l102@3.2 ;");
 }
 
+TEST(PortRole, ErrorInAnIndicationSparesTheOtherAttributes) {
+    TestNode node(MrpApplication::mvrp);
+    node.portRoleIs(2);
+    node.receive(joins100to102);
+    node.receive(vlanLeaveAll);
+    node.lib->onIndication = [](const Indication&) -> bool { throw std::range_error("no"); };
+    node.portRoleIs(3);
+    for (const AttributeKey key : {101, 102}) {
+        EXPECT_EQ(node.states(vlanType, key), "VO/MT");
+    }
+}
+
 }  // namespace MrpTest

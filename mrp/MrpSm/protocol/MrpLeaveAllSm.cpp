@@ -9,6 +9,7 @@
 #include "platform/base/Assert.h"
 #include "platform/base/Environment.h"
 #include "platform/base/Text.h"
+#include "platform/time/Dispatch.h"
 
 namespace Mrp {
 
@@ -104,11 +105,14 @@ void MrpLeaveAllSm::mrpPostLeaveAllToSm(IntfId intfId, AttributeType type,
             continue;
         }
         MRP_TRACE(8, "PostLeaveAllToSm: attributeKey = 0x" << hexStr(key) << " Type= " << +type);
-        mrpSm_.mrpFillContextFromDatabase({intfId, type, key});
-        mrpSm_.applicantSm()->applicantEventIs(applicantEvent);
-        mrpSm_.applicantSm()->handleApplicantEvent();
-        mrpSm_.registrarSm()->registrarEventIs(registrarEvent);
-        mrpSm_.registrarSm()->handleRegistrarEvent();
+        // An error in one indication is none of the other attributes'.
+        dispatch([&] {
+            mrpSm_.mrpFillContextFromDatabase({intfId, type, key});
+            mrpSm_.applicantSm()->applicantEventIs(applicantEvent);
+            mrpSm_.applicantSm()->handleApplicantEvent();
+            mrpSm_.registrarSm()->registrarEventIs(registrarEvent);
+            mrpSm_.registrarSm()->handleRegistrarEvent();
+        });
     }
 }
 

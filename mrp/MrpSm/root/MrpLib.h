@@ -34,8 +34,9 @@ class MrpLib : public RefCounted {
     virtual ~MrpLib() = default;
 
     // Indications (IEEE 802.1Q clause 10.2), called in the middle of a state machine event. They
-    // may make requests and disable interfaces. The attribute is the one in the parse context.
-    // True: the application discards the join, and the attribute is not registered.
+    // may make requests and disable interfaces; they do not end the engine. The attribute is the
+    // one in the parse context. True: the application discards the join, and the attribute is not
+    // registered.
     virtual bool mrpJoinIndication(const MrpParameters& parameters);
     virtual void mrpLeaveIndication(const MrpParameters& parameters);
     virtual void mrpLeaveAllIndication(const MrpParameters& parameters);

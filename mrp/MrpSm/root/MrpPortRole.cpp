@@ -5,13 +5,14 @@
 #include "platform/time/Dispatch.h"
 
 // Port roles: MRP declares along the active topology of the spanning tree (IEEE 802.1Q clause
-// 10.7.5), so it follows the roles of the ports in it.
+// 10.3.1), so it follows the roles of the ports in it.
 
 namespace Mrp {
 
 namespace {
 
-// Only a change between these two counts; other roles, and none yet, take part in no change.
+// Roles are numbers of the spanning-tree program. Only a change between these two counts; others,
+// and none yet, take part in no change.
 bool forwards(int role) {
     return role == 1 || role == 2;
 }
@@ -23,7 +24,7 @@ bool discards(int role) {
 
 // --- The reactors, level by level ---
 
-void MrpSm::stpStatusIs(Ptr<Stp::Status> stpStatus) {
+void MrpSm::stpStatusIs(Ptr<const Stp::Status> stpStatus) {
     stpStatus_ = std::move(stpStatus);
     if (stpStatus_) {
         stpiStatus_ = std::make_unique<StpiReactors>(
@@ -88,8 +89,6 @@ void MrpSm::handleRole(const std::string& portName, const std::string& mstiName,
 
 void MrpSm::postToAllTypes(IntfId intfId, MrpApplicantEvent applicantEvent,
                            MrpRegistrarEvent registrarEvent) {
-    // An indication may lead to the end of the engine's last reference.
-    const Ptr<MrpSm> self(this);
     for (AttributeType type = 1; type <= maxAttrTypes_; ++type) {
         leaveAllSm_->mrpPostLeaveAllToSm(intfId, type, applicantEvent, registrarEvent);
     }
@@ -112,11 +111,10 @@ std::string MrpLib::baseSpanningTreeTopo(IntfId intfId) const {
         const Ptr<Bridging::VlanConfig> vlan = nativeVlanConfig(intfId);
         return vlan ? Stp::perVlanInstanceName(*vlan) : std::string();
     }
-    case Stp::Mode::backup: {
-        const Ptr<Bridging::VlanConfig> vlan = nativeVlanConfig(intfId);
-        return vlan ? Stp::TopologyName::backup + std::to_string(vlan->vlanId().value())
-                    : std::string();
-    }
+    case Stp::Mode::backup:
+        return nativeVlanConfig(intfId)
+                   ? Stp::TopologyName::backup + std::to_string(getNativeVlanId(intfId))
+                   : std::string();
     default:
         return {};
     }

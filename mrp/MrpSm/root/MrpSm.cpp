@@ -34,7 +34,7 @@ bool MrpSm::futureProtocolVersion_ = false;
 
 Ptr<MrpSm> mrpSmFactory(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
                         Ptr<MrpConfig> mrpConfig, Ptr<MrpStatus> mrpStatus,
-                        Ptr<Stp::Status> stpStatus,
+                        Ptr<const Stp::Status> stpStatus,
                         Ptr<const Bridging::Topology::Config> brTopoConfig,
                         Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
                         Ptr<EntityManager> entityManager, bool standbyMode) {
@@ -45,7 +45,7 @@ Ptr<MrpSm> mrpSmFactory(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
 
 Ptr<MrpSm> MrpSm::MrpSmIs(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
                           Ptr<MrpConfig> mrpConfig, Ptr<MrpStatus> mrpStatus,
-                          Ptr<Stp::Status> stpStatus,
+                          Ptr<const Stp::Status> stpStatus,
                           Ptr<const Bridging::Topology::Config> brTopoConfig,
                           Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
                           Ptr<EntityManager> entityManager, bool standbyMode) {
@@ -55,7 +55,7 @@ Ptr<MrpSm> MrpSm::MrpSmIs(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
 }
 
 MrpSm::MrpSm(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib, Ptr<MrpConfig> mrpConfig,
-             Ptr<MrpStatus> mrpStatus, Ptr<Stp::Status> stpStatus,
+             Ptr<MrpStatus> mrpStatus, Ptr<const Stp::Status> stpStatus,
              Ptr<const Bridging::Topology::Config> brTopoConfig,
              Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
              Ptr<EntityManager> entityManager, bool standbyMode)

@@ -45,7 +45,7 @@ class MrpSm final : public RefCounted {
     // See mrpSmFactory for the arguments.
     static Ptr<MrpSm> MrpSmIs(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
                               Ptr<MrpConfig> mrpConfig, Ptr<MrpStatus> mrpStatus,
-                              Ptr<Stp::Status> stpStatus,
+                              Ptr<const Stp::Status> stpStatus,
                               Ptr<const Bridging::Topology::Config> brTopoConfig,
                               Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
                               Ptr<EntityManager> entityManager, bool standbyMode);
@@ -65,9 +65,10 @@ class MrpSm final : public RefCounted {
     // The start-up, which the constructor ends in. A second call aborts.
     void handleInitialized();
 
-    // The port's role has changed in a topology of the spanning-tree status. Follows it when it is
-    // the one that MRP follows on the port: a port that stops forwarding loses its registrations
-    // (Flush!), one that starts declares anew (Re-declare!; clause 10.7.5).
+    // The port's role has changed in a topology of the spanning-tree status. Counts when it is the
+    // one that MRP follows on the port: a change from role 1 or 2 to 3 posts Flush! (clause
+    // 10.7.5.2) to every attribute of the port, one from 3 to 1 or 2 Re-declare! (10.7.5.3). Throws
+    // what baseSpanningTreeTopo does.
     void handleRole(const std::string& portName, const std::string& mstiName,
                     const std::string& stpiName);
     // The last role seen of each port. A port that is not in it counts as role 0.
@@ -78,7 +79,7 @@ class MrpSm final : public RefCounted {
     MrpLib* mrpLib() const { return mrpLib_; }
     const MrpConfig& mrpConfig() const { return *mrpConfig_; }
     MrpStatus& mrpStatus() const { return *mrpStatus_; }
-    const Ptr<Stp::Status>& stpStatus() const { return stpStatus_; }
+    const Ptr<const Stp::Status>& stpStatus() const { return stpStatus_; }
     const Ptr<const Bridging::Topology::Config>& brTopoConfig() const { return brTopoConfig_; }
     Interface::AllEthPhyIntfStatusDir& ethPhyIntfStatusDir() const { return *ethPhyIntfStatusDir_; }
     const Ptr<EntityManager>& entityManager() const { return entityManager_; }
@@ -294,13 +295,13 @@ class MrpSm final : public RefCounted {
     };
 
     MrpSm(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib, Ptr<MrpConfig> mrpConfig,
-          Ptr<MrpStatus> mrpStatus, Ptr<Stp::Status> stpStatus,
+          Ptr<MrpStatus> mrpStatus, Ptr<const Stp::Status> stpStatus,
           Ptr<const Bridging::Topology::Config> brTopoConfig,
           Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
           Ptr<EntityManager> entityManager, bool standbyMode);
 
     // Root
-    void stpStatusIs(Ptr<Stp::Status> stpStatus);
+    void stpStatusIs(Ptr<const Stp::Status> stpStatus);
     std::unique_ptr<MstiReactors> stpiStatusIs(const Ptr<Stp::StpiStatus>& stpiStatus);
     std::unique_ptr<PortReactors> mstiStatusIs(const std::string& stpiName,
                                                const Ptr<Stp::MstiStatus>& mstiStatus);
@@ -335,7 +336,7 @@ class MrpSm final : public RefCounted {
     MrpLib* mrpLib_;
     Ptr<MrpConfig> mrpConfig_;
     Ptr<MrpStatus> mrpStatus_;
-    Ptr<Stp::Status> stpStatus_;
+    Ptr<const Stp::Status> stpStatus_;
     Ptr<const Bridging::Topology::Config> brTopoConfig_;
     Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir_;
     Ptr<EntityManager> entityManager_;
@@ -393,7 +394,7 @@ class MrpSm final : public RefCounted {
 // Throws std::range_error "null ValidPtr" when there is no memory.
 Ptr<MrpSm> mrpSmFactory(Ptr<const Bridging::Config> brConfig, MrpLib* mrpLib,
                         Ptr<MrpConfig> mrpConfig, Ptr<MrpStatus> mrpStatus,
-                        Ptr<Stp::Status> stpStatus,
+                        Ptr<const Stp::Status> stpStatus,
                         Ptr<const Bridging::Topology::Config> brTopoConfig,
                         Ptr<Interface::AllEthPhyIntfStatusDir> ethPhyIntfStatusDir,
                         Ptr<EntityManager> entityManager, bool standbyMode);

@@ -28,8 +28,12 @@ void MrpAttrDatabase::attributeValueIs(ValueIndex first, std::span<const std::ui
     }
 }
 
-void MrpAttrDatabase::tellHome() const {
-    home_->tell(key_, this);
+void MrpAttrDatabase::tellHome() {
+    if (telling_ == Telling::atOnce) {
+        home_->tell(key_, this);
+    } else {
+        telling_ = Telling::due;
+    }
 }
 
 MrpIntfTypeApplicant::~MrpIntfTypeApplicant() {

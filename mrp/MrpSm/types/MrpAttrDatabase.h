@@ -23,6 +23,8 @@ class MrpAttrDatabase final : public RefCounted {
 
     // In the default states: Very anxious Observer, and Empty (clauses 10.7.6.2, 10.7.8).
     explicit MrpAttrDatabase(AttributeKey key) : key_(key) {}
+    MrpAttrDatabase(const MrpAttrDatabase&) = delete;
+    MrpAttrDatabase& operator=(const MrpAttrDatabase&) = delete;
 
     AttributeKey key() const { return key_; }
     MrpApplicantState applicantState() const { return applicantState_; }
@@ -57,16 +59,23 @@ class MrpAttrDatabase final : public RefCounted {
         changed();
     }
 
-    // Shows another registrar state as long as it lives, and tells nobody.
+    // Shows another registrar state as long as it lives, of which nobody is told. What else changes
+    // meanwhile is told of at its end, with the true state.
     class AssumedRegistrarState {
       public:
         AssumedRegistrarState(Ptr<MrpAttrDatabase> record, MrpRegistrarState state)
             : record_(std::move(record)), before_(record_->registrarState_) {
             record_->registrarState_ = state;
+            record_->telling_ = Telling::later;
         }
         AssumedRegistrarState(const AssumedRegistrarState&) = delete;
         AssumedRegistrarState& operator=(const AssumedRegistrarState&) = delete;
-        ~AssumedRegistrarState() { record_->registrarState_ = before_; }
+        ~AssumedRegistrarState() {
+            record_->registrarState_ = before_;
+            if (std::exchange(record_->telling_, Telling::atOnce) == Telling::due) {
+                record_->changed();
+            }
+        }
 
       private:
         Ptr<MrpAttrDatabase> record_;
@@ -75,19 +84,21 @@ class MrpAttrDatabase final : public RefCounted {
 
   private:
     friend class MrpIntfTypeApplicant;
+    enum class Telling : std::uint8_t { atOnce, later, due };
 
     void changed() {
         if (home_ != nullptr) {
             tellHome();
         }
     }
-    void tellHome() const;
+    void tellHome();
 
     AttributeKey key_;
     MrpIntfTypeApplicant* home_ = nullptr;  // null while the record is in no database
     Value attributeValue_{};
     MrpApplicantState applicantState_ = MrpApplicantState::VO;
     MrpRegistrarState registrarState_ = MrpRegistrarState::MT;
+    Telling telling_ = Telling::atOnce;
 };
 
 }  // namespace Mrp
