@@ -5,8 +5,12 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <iostream>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "lab/capture/CaptureCommands.h"
 #include "lab/replay/Replay.h"
 
 namespace {
@@ -23,6 +27,14 @@ struct ReplayOptions {
 // Each command is a function that adds itself, and sets what is to be run when it is the one given.
 using Command = std::function<int()>;
 
+// Of a command that has written to standard output.
+int finish() {
+    if (!std::cout.flush()) {
+        throw std::runtime_error("standard output cannot be written");
+    }
+    return 0;
+}
+
 void addReplay(CLI::App& app, ReplayOptions& options, Command& command) {
     CLI::App* replayApp = app.add_subcommand(
         "replay", "Runs a scenario through one engine and prints what the engine did");
@@ -35,6 +47,63 @@ void addReplay(CLI::App& app, ReplayOptions& options, Command& command) {
     });
 }
 
+void addDecode(CLI::App& app, std::string& file, Command& command) {
+    CLI::App* decodeApp =
+        app.add_subcommand("decode", "Prints each MRPDU of a capture as a line of JSON");
+    decodeApp->add_option("FILE", file, "The capture")->required();
+    decodeApp->callback([&file, &command] {
+        command = [&file] {
+            decodeCapture(file, std::cout, std::cerr);
+            return finish();
+        };
+    });
+}
+
+struct FromCaptureOptions {
+    std::string file;
+    std::string application;
+    std::vector<std::string> interfaces;
+};
+
+// "et1=02:00:00:00:00:01". Throws CLI::ValidationError.
+void readInterface(const std::string& text, ScenarioOptions& options) {
+    const std::size_t sign = text.rfind('=');
+    const auto addr = Platform::EthAddr::parse(text.substr(sign + 1));  // npos + 1 is 0
+    if (sign == std::string::npos || sign == 0 || !addr) {
+        throw CLI::ValidationError("--interface", "expected NAME=MAC, found " + text);
+    }
+    options.interfaces[*addr] = text.substr(0, sign);
+}
+
+void addFromCapture(CLI::App& app, FromCaptureOptions& options, Command& command) {
+    CLI::App* fromCaptureApp = app.add_subcommand(
+        "from-capture", "Prints the scenario in which an engine receives the MRPDUs of a capture");
+    fromCaptureApp->add_option("FILE", options.file, "The capture")->required();
+    fromCaptureApp
+        ->add_option("--interface", options.interfaces,
+                     "The interface on which the frames of a source arrive; frames of others are "
+                     "left out. Without it all arrive on et1")
+        ->type_name("NAME=MAC");
+    fromCaptureApp
+        ->add_option("--application", options.application,
+                     "Whose frames; those of the first one's when nothing is said")
+        ->check(CLI::IsMember({"mvrp", "msrp"}));
+    fromCaptureApp->callback([&options, &command] {
+        ScenarioOptions scenario;
+        if (!options.application.empty()) {
+            scenario.application = options.application == "mvrp" ? Mrp::MrpApplication::mvrp
+                                                                 : Mrp::MrpApplication::msrp;
+        }
+        for (const std::string& text : options.interfaces) {
+            readInterface(text, scenario);
+        }
+        command = [&options, scenario] {
+            scenarioFromCapture(options.file, scenario, std::cout, std::cerr);
+            return finish();
+        };
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -44,6 +113,10 @@ int main(int argc, char** argv) {
     Command command;
     ReplayOptions replayOptions;
     addReplay(app, replayOptions, command);
+    std::string decodeFile;
+    addDecode(app, decodeFile, command);
+    FromCaptureOptions fromCaptureOptions;
+    addFromCapture(app, fromCaptureOptions, command);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

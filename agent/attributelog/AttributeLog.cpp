@@ -56,7 +56,8 @@ Json AttributeLog::status() const {
             {"readers", counters.readers},
             {"refused", counters.refused},
             {"dropped", counters.dropped},
-            {"droppedLines", counters.droppedLines}};
+            {"droppedLines", counters.droppedLines},
+            {"failures", output_->failures()}};
 }
 
 }  // namespace MrpAgent

@@ -109,6 +109,16 @@ bool StatusExport::stateLines(std::string& lines, std::size_t octets) {
     return false;
 }
 
+// A LeaveAll changes every attribute twice, at once.
+std::size_t StatusExport::stateSize() const {
+    constexpr std::size_t lineOctets = 250;
+    std::size_t records = 0;
+    for (const auto& source : sources_) {
+        records += source->database->recordCount();
+    }
+    return records * lineOctets;
+}
+
 std::string StatusExport::refusal() const {
     return refusalLine("another reader is connected");
 }

@@ -27,6 +27,7 @@ class StatusExport final : public Platform::AttrLogContent {
     void readerStarts(Platform::AttrLogReader& reader) override;
     void readerEnds() override;
     bool stateLines(std::string& lines, std::size_t octets) override;
+    std::size_t stateSize() const override;
     std::string refusal() const override;
 
   private:

@@ -9,12 +9,9 @@ using namespace Mrp;
 
 namespace {
 
-bool requestOnAll(MrpInstance& instance, const Declaration& declaration, std::uint8_t event) {
-    return std::all_of(declaration.interfaces.begin(), declaration.interfaces.end(),
-                       [&](const std::string& name) {
-                           return instance.request(IntfId(name), declaration.attributeType, event,
-                                                   declaration.value);
-                       });
+bool request(MrpInstance& instance, const Declaration& declaration, IntfId intfId,
+             std::uint8_t event) {
+    return instance.request(intfId, declaration.attributeType, event, declaration.value);
 }
 
 }  // namespace
@@ -37,12 +34,21 @@ Ptr<MrpConfig> mrpConfigOf(const AgentConfig& config) {
 }
 
 bool declare(MrpInstance& instance, const Declaration& declaration) {
-    return requestOnAll(instance, declaration,
-                        declaration.newEvent ? AttributeEvent::newEvent : AttributeEvent::joinIn);
+    const std::uint8_t event =
+        declaration.newEvent ? AttributeEvent::newEvent : AttributeEvent::joinIn;
+    return std::all_of(
+        declaration.interfaces.begin(), declaration.interfaces.end(), [&](const std::string& name) {
+            const IntfId intfId(name);
+            return instance.declares({intfId, declaration.attributeType, declaration.key}) ||
+                   request(instance, declaration, intfId, event);
+        });
 }
 
 bool withdraw(MrpInstance& instance, const Declaration& declaration) {
-    return requestOnAll(instance, declaration, AttributeEvent::lv);
+    return std::all_of(declaration.interfaces.begin(), declaration.interfaces.end(),
+                       [&](const std::string& name) {
+                           return request(instance, declaration, IntfId(name), AttributeEvent::lv);
+                       });
 }
 
 }  // namespace MrpAgent

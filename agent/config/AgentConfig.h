@@ -65,7 +65,8 @@ struct AgentConfig {
 // The engine's configuration entity for one application.
 Platform::Ptr<Mrp::MrpConfig> mrpConfigOf(const AgentConfig& config);
 
-// Declares or withdraws the attribute on its interfaces. False when the instance refuses it.
+// Declares the attribute on those of its interfaces where it is not declared, or withdraws it on
+// all. False when the instance refuses it.
 bool declare(MrpInstance& instance, const Declaration& declaration);
 bool withdraw(MrpInstance& instance, const Declaration& declaration);
 

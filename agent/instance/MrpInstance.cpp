@@ -1,9 +1,11 @@
 #include "agent/instance/MrpInstance.h"
 
 #include <algorithm>
+#include <map>
 
 #include "mrp/MrpSm/root/MrpSocketFilter.h"
 #include "platform/state/EntityManager.h"
+#include "platform/time/Dispatch.h"
 
 namespace MrpAgent {
 
@@ -64,8 +66,35 @@ void MrpInstance::disable(IntfId intfId) {
 void MrpInstance::becomeActive() {
     mrpSm_->standbyModeIs(false);
     mrpSm_->handleStandbyMode();
-    for (const IntfId intfId : mrpSm_->pamCollection()->keys()) {
+    for (const auto& [intfId, pam] : std::map(mrpSm_->pamCollection()->values())) {
+        readWaiting(*pam);
         mrpSm_->mrpPamSm()->transmitAllLeaveAll(intfId);
+    }
+}
+
+// First, so that there is room for the answers to the LeaveAll, and these have the last word.
+void MrpInstance::readWaiting(EthDevPam& pam) {
+    constexpr int most = 10000;
+    for (int i = 0; i < most && pam.hasDataOnSocket(); ++i) {
+        dispatch([&] { pam.readable().notify(); });
+    }
+}
+
+bool MrpInstance::declares(const MrpAttribute& attribute) const {
+    const MrpAttrDatabase* record = mrpSm_->mrpGetAttrFromDatabase(
+        attribute.intfId, attribute.attributeType, attribute.key, true);
+    if (record == nullptr) {
+        return false;
+    }
+    switch (record->applicantState()) {
+    case MrpApplicantState::VO:
+    case MrpApplicantState::AO:
+    case MrpApplicantState::QO:
+    case MrpApplicantState::LO:
+    case MrpApplicantState::LA:
+        return false;
+    default:
+        return true;
     }
 }
 

@@ -64,10 +64,15 @@ class MrpInstance {
     void disable(Platform::IntfId intfId);
 
     // A standby instance runs the protocol from now on, with what its status holds. Its sockets may
-    // hold frames from any time, and what neighbours said meanwhile may have been lost; so they are
-    // asked at once, by a LeaveAll, to declare anew, and are told what is declared here. What only
-    // an old frame declares goes with the next LeaveAll of the engine's own.
+    // hold frames from any time, and what neighbours said meanwhile may have been lost; so these
+    // are read first, and then the neighbours asked, by a LeaveAll, to declare anew, and told what
+    // is declared here. What only an old frame declares goes with the next LeaveAll of the engine's
+    // own.
     void becomeActive();
+
+    // Whether the attribute is declared here (clause 10.7.6: an applicant that is no observer and
+    // not leaving).
+    bool declares(const Mrp::MrpAttribute& attribute) const;
 
     // Makes one request for an attribute on an interface: `event` is one of Mrp::AttributeEvent,
     // `value` the octets of the value record (25, 34, 12, 4 or 2 of them; others are ignored and
@@ -76,6 +81,8 @@ class MrpInstance {
                  std::span<const std::uint8_t> value);
 
   private:
+    static void readWaiting(Platform::EthDevPam& pam);
+
     Platform::Ptr<Platform::EntityManager> entityManager_;
     Platform::Ptr<Platform::Bridging::Config> brConfig_;
     Platform::Ptr<Mrp::MrpConfig> mrpConfig_;

@@ -59,17 +59,40 @@ std::vector<std::string> Agent::runActive() {
 void Agent::follow() {
     follower_ = std::make_unique<ActiveFollower>(
         activityManager_, *config_.standby.attributeLog, statuses(),
-        ActiveFollower::Callbacks{tell_, [this] { handleGone(); }});
+        ActiveFollower::Callbacks{tell_, [this] { return handleGone(); }});
     follower_->start();
 }
 
-void Agent::handleGone() {
-    if (config_.standby.takeover == AgentConfig::Takeover::onDisconnect) {
-        tell_("the active agent has gone; taking over");
-        becomeActive();
-    } else {
+std::optional<std::string> Agent::handleGone() {
+    if (config_.standby.takeover == AgentConfig::Takeover::onSignal) {
         tell_("the active agent has gone; SIGUSR2 makes this one active");
+        return std::nullopt;
     }
+    if (auto obstacle = claim()) {
+        return "another agent may be active: " + *obstacle;
+    }
+    tell_("the active agent has gone; taking over");
+    becomeActive();
+    return std::nullopt;
+}
+
+// Of those who find the active agent gone, and an active agent that is started anew meanwhile, only
+// one gets the path of the log. What is in the way; nothing: it is this one.
+std::optional<std::string> Agent::claim() {
+    if (config_.attributeLogPath == config_.standby.attributeLog) {
+        makeLog();
+        const auto error = log_->open();
+        if (error) {
+            log_.reset();
+        }
+        return error;
+    }
+    try {
+        claim_.emplace(*config_.standby.attributeLog);
+    } catch (const std::system_error& error) {
+        return error.what();
+    }
+    return std::nullopt;
 }
 
 void Agent::becomeActive() {
@@ -78,14 +101,16 @@ void Agent::becomeActive() {
     }
     role_ = Role::active;
     follower_->finish();
-    makeLog();  // where the engines look for it
+    const bool open = log_ != nullptr;
+    if (!open) {
+        makeLog();  // where the engines look for it
+    }
     // Trouble of one application is not the other's.
     for (const auto& instance : instances_) {
         dispatch([&] { instance->becomeActive(); });
     }
     dispatch([this] { declareAll(); });
-    if (log_) {
-        log_->statusesAre(statuses());
+    if (log_ && !open) {
         log_->openSoon();
     }
     tell_("running");
@@ -124,6 +149,7 @@ void Agent::makeLog() {
     if (config_.attributeLogPath) {
         log_ = std::make_unique<AttributeLog>(nodeName, *config_.attributeLogPath,
                                               config_.applications, activityManager_, tell_);
+        log_->statusesAre(statuses());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "agent/status/StatusJson.h"
 #include "platform/linux/EpollActivityManager.h"
 #include "platform/linux/LinuxNetInfo.h"
+#include "platform/linux/PathLock.h"
 
 namespace MrpAgent {
 
@@ -48,7 +50,8 @@ class Agent {
     void declareAll();
     std::vector<std::string> runActive();
     void follow();
-    void handleGone();
+    std::optional<std::string> handleGone();
+    std::optional<std::string> claim();
 
     Platform::Linux::EpollActivityManager& activityManager_;
     AgentConfig config_;
@@ -59,6 +62,7 @@ class Agent {
     std::unique_ptr<AttributeLog> log_;  // outlives the instances, which hold its output
     std::vector<std::unique_ptr<MrpInstance>> instances_;
     std::unique_ptr<ActiveFollower> follower_;
+    std::optional<Platform::Linux::PathLock> claim_;  // on the log of the agent that has gone
 };
 
 }  // namespace MrpAgent

@@ -11,7 +11,8 @@ using namespace Mrp;
 
 namespace {
 
-constexpr Seconds retryAfter = 0.05;
+constexpr Seconds soon = 0.05;
+constexpr Seconds later = 1;  // from one who talks nonsense
 
 }  // namespace
 
@@ -37,10 +38,13 @@ void ActiveFollower::connect() {
         return;
     }
     const bool nobody = error == ECONNREFUSED || error == ENOENT;
-    if (nobody && std::exchange(followed_, false)) {
-        callbacks_.gone();
+    std::string what = std::strerror(error);
+    if (nobody && followed_) {
+        const auto obstacle = callbacks_.gone();
+        followed_ = obstacle.has_value();
+        what = obstacle.value_or(what);
     }
-    trouble(std::strerror(error));
+    trouble(what, soon);
 }
 
 void ActiveFollower::handleLine(std::string_view line) {
@@ -49,7 +53,7 @@ void ActiveFollower::handleLine(std::string_view line) {
         ++faults_;
         reader_.close();
         mirror_.sessionEnds(false);
-        trouble(*fault);
+        trouble(*fault, later);
         return;
     }
     followed_ = followed_ || mirror_.accepted();
@@ -62,14 +66,15 @@ void ActiveFollower::handleLine(std::string_view line) {
 // A connection also ends when the active agent finds its reader too slow: whether the agent has
 // gone is known when nobody listens any more.
 void ActiveFollower::handleEnd(const Linux::UnixLineReader::Ending& ending) {
+    const bool accepted = mirror_.accepted();
     if (!ending.clean) {
         ++faults_;
     }
     mirror_.sessionEnds(ending.clean);
-    trouble(ending.why);
+    trouble(ending.why, accepted ? 0 : soon);
 }
 
-void ActiveFollower::trouble(const std::string& what) {
+void ActiveFollower::trouble(const std::string& what, Seconds retryAfter) {
     if (finished_) {
         return;
     }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,8 +21,9 @@ class ActiveFollower {
         // A message for the user, without the program's name. The same trouble is told once.
         std::function<void(const std::string& message)> tell;
         // The active agent was followed, and nobody listens on its socket any more. May call
-        // finish().
-        std::function<void()> gone;
+        // finish(). Returns what keeps this agent from doing anything about it; called again then,
+        // until somebody listens.
+        std::function<std::optional<std::string>()> gone;
     };
 
     // Follows the log on the path from start() on. `statuses` are those of the node.
@@ -33,14 +35,15 @@ class ActiveFollower {
     void finish();
 
     // {"connected": …, "complete": …, "sessions": N, "faults": N}: whether the log is followed, and
-    // has told the whole state; how often a connection was made, and how often it brought nonsense.
+    // has told the whole state; how often a connection was made, and how often it was refused or
+    // brought nonsense.
     Json status() const;
 
   private:
     void connect();
     void handleLine(std::string_view line);
     void handleEnd(const Platform::Linux::UnixLineReader::Ending& ending);
-    void trouble(const std::string& what);
+    void trouble(const std::string& what, Platform::Seconds retryAfter);
 
     std::string path_;
     StatusMirror mirror_;

@@ -88,12 +88,7 @@ void StatusMirror::apply(RecordLine& line) {
         write(*database, line.attribute, line.record.get());
         return;
     }
-    auto& records = told_[line.application].records;
-    if (line.record) {
-        records[line.attribute] = std::move(line.record);
-    } else {
-        records.erase(line.attribute);
-    }
+    told_[line.application].records[line.attribute] = std::move(line.record);
 }
 
 void StatusMirror::apply(const LeaveAllTimeLine& line) {

@@ -40,7 +40,7 @@ class StatusMirror {
 
     // What a session has told of one application before it was complete.
     struct State {
-        std::map<Mrp::MrpAttribute, Platform::Ptr<Mrp::MrpAttrDatabase>> records;
+        std::map<Mrp::MrpAttribute, Platform::Ptr<Mrp::MrpAttrDatabase>> records;  // null: deleted
         std::map<LeaveAllKey, Platform::Seconds> leaveAllTimes;
     };
 

@@ -69,9 +69,10 @@ EpollActivityManager::EpollActivityManager() : ActivityManager(monotonicNow()) {
 EpollActivityManager::~EpollActivityManager() = default;
 
 void EpollActivityManager::descriptorIs(int fd, Callback readable, Callback failed) {
+    require(readable || failed, "somebody is told of the descriptor");
     const std::uint32_t generation = ++generation_;
     epoll_event event{};
-    event.events = EPOLLIN;
+    event.events = readable ? EPOLLIN : 0U;
     event.data.u64 = keyOf(fd, generation);
     const bool known = registrations_.contains(fd);
     // A number that was closed without a word is known here and not in the kernel any more.
@@ -88,7 +89,7 @@ void EpollActivityManager::writableIs(int fd, Callback writable) {
     Registration& registration = *found->second;
     if (static_cast<bool>(writable) != static_cast<bool>(registration.writable)) {
         epoll_event event{};
-        event.events = writable ? EPOLLIN | EPOLLOUT : EPOLLIN;
+        event.events = (registration.readable ? EPOLLIN : 0U) | (writable ? EPOLLOUT : 0U);
         event.data.u64 = keyOf(fd, registration.generation);
         checked(::epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, fd, &event), "watching a descriptor");
     }
@@ -217,7 +218,8 @@ void EpollActivityManager::handleEvent(std::uint64_t key, std::uint32_t events) 
             toRead = true;
         }
     }
-    if (const auto registration = registered(); registration && toRead && !stopped_) {
+    if (const auto registration = registered();
+        registration && toRead && registration->readable && !stopped_) {
         dispatch(registration->readable);
         runPosted();
     }

@@ -25,7 +25,8 @@ class EpollActivityManager final : public ActivityManager {
     ~EpollActivityManager() override;
 
     // Runs `readable` as often as the loop finds the descriptor readable (level-triggered: a
-    // callback that leaves data unread is called again), in place of a callback set before. With
+    // callback that leaves data unread is called again; null: nobody is to read any more, and there
+    // is a `failed`), in place of a callback set before. With
     // `failed`, that one is told of errors and hang-ups, which it has to consume; without, the
     // first is told of them too. The descriptor stays the caller's, who ends the registration
     // before closing it.

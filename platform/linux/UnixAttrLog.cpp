@@ -1,6 +1,7 @@
 #include "platform/linux/UnixAttrLog.h"
 
 #include <linux/sockios.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -25,20 +26,24 @@ constexpr int clientsATurn = 8;
 constexpr std::size_t octetsATurn = 65536;
 constexpr std::size_t stateOctets = 65536;
 
-// Throws away what has come. False when nothing can come any more.
-bool drained(int fd) {
+enum class Client { sends, silent, gone };
+
+// Throws away what has come. Whether more can come.
+Client drain(int fd) {
     constexpr int reads = 16;
     std::array<char, 4096> buffer;
     for (int i = 0; i < reads; ++i) {
         const ssize_t count = ::recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT);
-        if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
-            return false;
+        if (count == 0) {
+            pollfd request{fd, 0, 0};
+            const bool ended = ::poll(&request, 1, 0) != 0;  // in both directions
+            return ended ? Client::gone : Client::silent;
         }
-        if (count < 0 && errno == EAGAIN) {
-            return true;
+        if (count < 0 && errno != EINTR) {
+            return errno == EAGAIN ? Client::sends : Client::gone;
         }
     }
-    return true;
+    return Client::sends;
 }
 
 }  // namespace
@@ -91,15 +96,20 @@ void UnixAttrLog::handleClients() {
 }
 
 void UnixAttrLog::clientIs(FileDescriptor client) {
-    if (socket_) {
-        handleReadable();  // the reader may have gone just before
+    if (socket_ && drain(socket_.get()) == Client::gone) {
+        handleGone();  // just before
     }
     if (socket_) {
         refuse(client);
         return;
     }
-    activityManager_.descriptorIs(client.get(), [this] { handleReadable(); });
     socket_ = std::move(client);
+    try {
+        watch([this] { handleReadable(); });
+    } catch (...) {
+        socket_.reset();  // a reader that nobody watches is none
+        throw;
+    }
     stateLeft_ = true;
     ++counters_.readers;
     try {
@@ -116,15 +126,32 @@ void UnixAttrLog::refuse(const FileDescriptor& client) {
     ++counters_.refused;
     const std::string line = content_.refusal();
     static_cast<void>(::send(client.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
-    drained(client.get());  // closed with octets unread, it would look like a failure there
+    drain(client.get());  // closed with octets unread, it would look like a failure there
+}
+
+void UnixAttrLog::watch(EpollActivityManager::Callback readable) {
+    activityManager_.descriptorIs(socket_.get(), std::move(readable), [this] { handleGone(); });
+    watching_ = false;
 }
 
 void UnixAttrLog::handleReadable() {
-    const Ptr<UnixAttrLog> self(this);
-    if (!drained(socket_.get())) {
-        queue_ = {};  // nobody is there to take the rest of a line
-        end();
+    switch (drain(socket_.get())) {
+    case Client::sends:
+        break;
+    case Client::silent:
+        watch(nullptr);
+        watchWritable();
+        break;
+    case Client::gone:
+        handleGone();
+        break;
     }
+}
+
+void UnixAttrLog::handleGone() {
+    const Ptr<UnixAttrLog> self(this);
+    queue_ = {};  // nobody is there to take the rest of a line
+    end();
 }
 
 void UnixAttrLog::handleWritable() {
@@ -194,7 +221,8 @@ void UnixAttrLog::work() {
 // False when the lines are lost, and the connection with them.
 bool UnixAttrLog::append(std::string_view lines) {
     try {
-        if (queue_.waiting() + lines.size() <= queueLimit) {
+        const std::size_t wanted = queue_.waiting() + lines.size();
+        if (wanted <= queueLimit || wanted <= 2 * content_.stateSize()) {
             queue_.add(lines);
             return true;
         }
@@ -273,7 +301,7 @@ void UnixAttrLog::tellEnd() {
 
 void UnixAttrLog::closeSocket() {
     activityManager_.descriptorDel(socket_.get());
-    drained(socket_.get());  // as in refuse()
+    drain(socket_.get());  // as in refuse()
     socket_.reset();
     queue_ = {};
     stateLeft_ = full_ = watching_ = ending_ = false;

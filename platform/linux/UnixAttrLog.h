@@ -19,8 +19,9 @@ namespace Platform::Linux {
 // which is told the content's state and then its changes; another one is refused in one line.
 //
 // It never waits for its reader. Lines that the socket does not take wait here, up to queueLimit
-// octets; beyond that the connection ends. It ends at the end of a line, always: no reader sees
-// half of one. What a reader sends is thrown away.
+// octets, or twice what the whole state would be; beyond that the connection ends. It ends at the
+// end of a line, always: no reader sees half of one. What a reader sends is thrown away; it may
+// also say that it sends nothing.
 //
 // Held by Ptr; those whom it calls back may drop theirs.
 class UnixAttrLog final : public AttrLogSocketOutput, private AttrLogReader {
@@ -31,6 +32,8 @@ class UnixAttrLog final : public AttrLogSocketOutput, private AttrLogReader {
         std::uint64_t dropped = 0;       // whose connection was ended because they were too slow
         std::uint64_t droppedLines = 0;  // that waited for these, and were lost
     };
+    // How often the system had no room for a client, which goes on waiting.
+    std::uint64_t failures() const { return listener_ ? listener_->failures() : 0; }
 
     static constexpr std::size_t queueLimit = 8U * 1024 * 1024;
     static constexpr unsigned pathMode = 0660;  // of the socket's file
@@ -65,6 +68,8 @@ class UnixAttrLog final : public AttrLogSocketOutput, private AttrLogReader {
     void clientIs(FileDescriptor client);
     void refuse(const FileDescriptor& client);
     void handleReadable();
+    void handleGone();
+    void watch(EpollActivityManager::Callback readable);
     void handleWritable();
     void postWork();
     void work();

@@ -26,10 +26,6 @@ const sockaddr* general(const sockaddr_un& address) {
 // stream socket that is alive hears nothing: the kernel tells the two of different types
 // (EPROTOTYPE).
 bool leftBehind(const sockaddr_un& address) {
-    struct stat file {};
-    if (::lstat(address.sun_path, &file) < 0 || !S_ISSOCK(file.st_mode)) {
-        return false;
-    }
     const FileDescriptor probe(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     return probe && ::connect(probe.get(), general(address), sizeof(address)) < 0 &&
            errno == ECONNREFUSED;
@@ -40,6 +36,7 @@ bool leftBehind(const sockaddr_un& address) {
 UnixListener::UnixListener(std::string path, mode_t mode, EpollActivityManager& activityManager,
                            EpollActivityManager::Callback ready)
     : path_(std::move(path)),
+      lock_(path_),
       activityManager_(activityManager),
       ready_(std::move(ready)),
       watchAlarm_(activityManager.clock(), [this] { watch(); }) {
@@ -70,6 +67,11 @@ void UnixListener::bindTo(mode_t mode) {
     const ScopeGuard restore([before] { ::umask(before); });
     int result = ::bind(socket_.get(), general(address), sizeof(address));
     if (result < 0 && errno == EADDRINUSE) {
+        struct stat file {};
+        if (::lstat(address.sun_path, &file) == 0 && !S_ISSOCK(file.st_mode)) {
+            throw std::system_error(EEXIST, std::generic_category(),
+                                    path_ + ": there is a file that is no socket");
+        }
         if (leftBehind(address)) {
             ::unlink(path_.c_str());
         }
@@ -102,6 +104,7 @@ FileDescriptor UnixListener::accept() {
     const int error = fd < 0 ? errno : 0;
     if (error != 0 && error != EAGAIN && error != ECONNABORTED) {
         // The client goes on waiting, and would wake the loop for ever.
+        ++failures_;
         PLATFORM_TRACE(linuxTrace, 0, path_ << ": taking a client: " << std::strerror(error));
         activityManager_.descriptorDel(socket_.get());
         watchAlarm_.expiryIs(activityManager_.clock().now() + watchInterval);

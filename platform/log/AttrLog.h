@@ -65,6 +65,8 @@ class AttrLogContent {
     // False when these are the last; asked no more then. Between two calls linesIs() may be used
     // for what changes in the part that has been told.
     virtual bool stateLines(std::string& lines, std::size_t octets) = 0;
+    // About how many octets the whole state has as lines. Twice as many may wait for a reader.
+    virtual std::size_t stateSize() const = 0;
     // The line, with its newline, for one who connects while there is another reader.
     virtual std::string refusal() const = 0;
 };

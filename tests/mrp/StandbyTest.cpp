@@ -88,6 +88,27 @@ TEST(Standby, FirstLeaveAll) {
     EXPECT_EQ(node.states(vlanType, 100) + node.states(vlanType, 101), "--");
 }
 
+// What waited in the sockets since an earlier time is read before neighbours are asked, so that
+// their answers outdo it.
+TEST(Standby, InstanceThatTakesOverAsksNeighbours) {
+    StandbyNode node;
+    node.receive(vlanLv(100));
+    node.receive(vlanLv(101));
+    node.runUntil(3);
+    node.instance->becomeActive();
+    EXPECT_EQ(node.states(vlanType, 100) + node.states(vlanType, 101), "VO/LVVO/LV");
+    EXPECT_EQ(node.sent.at(0).at, 3);
+    // The answers to the two Lv, and then the LeaveAll, with both values on et1.
+    EXPECT_EQ(takeSent(node), "0102000100644800000000|0102000100654800000000|"
+                              "010220020064a800000000|" +
+                                  vlanLeaveAll);
+    node.receive(vlanJoin(100));
+    node.receive(vlanJoin(101));
+    node.runUntil(5);
+    EXPECT_EQ(node.states(vlanType, 100) + node.states(vlanType, 101), "AO/INAO/IN");
+    EXPECT_TRUE(node.lib->indications.empty());
+}
+
 TEST(Standby, KeepsPortRoles) {
     StandbyNode node;
     for (const int role : {2, 3, 1, 3}) {

@@ -25,11 +25,12 @@ struct Content final : AttrLogContent {
     }
     void readerEnds() override { reader = nullptr; }
     bool stateLines(std::string& lines, std::size_t octets) override {
-        while (lines.size() < octets && stateTold < stateSize) {
+        while (lines.size() < octets && stateTold < stateLineCount) {
             lines += stateTold++ == fault ? throw std::bad_alloc() : next();
         }
-        return stateTold < stateSize;
+        return stateTold < stateLineCount;
     }
+    std::size_t stateSize() const override { return 0; }
     std::string refusal() const override { return "another reader\n"; }
     void change() { reader->linesIs(next()); }
     std::string next() {
@@ -38,7 +39,7 @@ struct Content final : AttrLogContent {
 
     AttrLogReader* reader = nullptr;
     Lines told;  // to this reader, in order
-    std::size_t stateTold = 0, stateSize = 3, padding = 100, fault = SIZE_MAX;
+    std::size_t stateTold = 0, stateLineCount = 3, padding = 100, fault = SIZE_MAX;
 };
 
 struct Client {
@@ -79,7 +80,10 @@ TEST(EpollActivityManager, tellsNobodyThatADescriptorWhichIsGoneIsWritable) {
 
 class AttrLog : public testing::Test {
   protected:
-    void TearDown() override { ::unlink(path.c_str()); }
+    void TearDown() override {
+        ::unlink(path.c_str());
+        ::unlink((path + ".lock").c_str());
+    }
     Ptr<UnixAttrLog> newLog() {
         auto log = makePtr<UnixAttrLog>("log", path, content, manager);
         log->listen();
@@ -109,7 +113,7 @@ class AttrLog : public testing::Test {
 };
 
 TEST_F(AttrLog, tellsTheStateAsItIsTakenAndChangesInOrder) {
-    content.stateSize = 8000;
+    content.stateLineCount = 8000;
     Ptr<UnixAttrLog> log = newLog();
     ASSERT_EQ(client.connectTo(path), 0);
     manager.runFor(0.01);
@@ -183,6 +187,9 @@ TEST_F(AttrLog, hasOneReaderAndHearsNothing) {
     FileDescriptor loud = socketAt(::connect);
     const std::string garbage(100000, 'x');
     EXPECT_GT(::send(loud.get(), garbage.data(), garbage.size(), MSG_DONTWAIT), 0);
+    manager.runFor(0.01);
+    ::shutdown(loud.get(), SHUT_WR);  // it sends no more; it still reads
+    manager.runFor(0.01);
     ASSERT_TRUE(soon([&] { return content.reader != nullptr; }));
     ASSERT_EQ(second.connectTo(path), 0);
     ASSERT_TRUE(soon([&] { return second.why == clean; }));
@@ -193,7 +200,7 @@ TEST_F(AttrLog, hasOneReaderAndHearsNothing) {
     EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 50) << "the loop spins";
     ASSERT_EQ(client.connectTo(path), 0);
     loud.reset();
-    ASSERT_TRUE(soon([&] { return client.lines.size() == content.stateSize; }));
+    ASSERT_TRUE(soon([&] { return client.lines.size() == content.stateLineCount; }));
     EXPECT_EQ(log->counters().refused, 1U);
 }
 
@@ -225,13 +232,14 @@ TEST_F(AttrLog, replacesNothingButWhatIsLeftBehind) {
     EXPECT_LT(::lstat(path.c_str(), &file), 0);
     Ptr<UnixAttrLog> log = newLog();
     ::unlink(path.c_str());
+    EXPECT_THROW(newLog(), std::system_error);  // the path is taken, whoever removes the file
     ASSERT_EQ(::mknod(path.c_str(), S_IFREG | 0600, 0), 0);
     log = nullptr;
     try {
         newLog();
         ADD_FAILURE();
     } catch (const std::system_error& error) {
-        EXPECT_EQ(error.what(), path + ": listening: Address already in use");
+        EXPECT_EQ(error.what(), path + ": there is a file that is no socket: File exists");
     }
     EXPECT_EQ(::lstat(path.c_str(), &file), 0);
 }

@@ -74,6 +74,9 @@ Ptr<MrpAttrDatabase> MrpIntfTypeApplicant::mrpAttributeIs(AttributeKey key) {
     }
     const auto made = records_.emplace_hint(place, key, makePtr<MrpAttrDatabase>(key));
     made->second->home_ = this;
+    if (database_ != nullptr) {
+        ++database_->recordCount_;
+    }
     return made->second;
 }
 
@@ -87,6 +90,9 @@ void MrpIntfTypeApplicant::mrpAttributeDel(AttributeKey key) {
     }
     found->second->home_ = nullptr;
     records_.erase(found);
+    if (database_ != nullptr) {
+        --database_->recordCount_;
+    }
     tell(key, nullptr);
 }
 

@@ -93,6 +93,8 @@ class MrpApplicationDatabase final : public Entity {
     MrpIntfApplicant* attrDatabase(IntfId intfId) const;
     Ptr<MrpIntfApplicant> attrDatabaseIs(IntfId intfId);
 
+    // How many records there are.
+    std::size_t recordCount() const { return recordCount_; }
     // The committed record; null where a level is missing.
     MrpAttrDatabase* record(IntfId intfId, AttributeType attributeType, AttributeKey key) const;
 
@@ -101,7 +103,10 @@ class MrpApplicationDatabase final : public Entity {
     void leaveAllTimeDel(const LeaveAllKey& key);
 
   private:
+    friend class MrpIntfTypeApplicant;
+
     Interfaces interfaces_;
+    std::size_t recordCount_ = 0;
     std::map<LeaveAllKey, Seconds> leaveAllTime_;
     Notification<const MrpAttribute&, const MrpAttrDatabase*> recordChanged_;
     Notification<const LeaveAllKey&> leaveAllTimeChanged_;
