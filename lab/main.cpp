@@ -17,6 +17,7 @@ namespace {
 
 using namespace MrpLab;
 
+constexpr int noFrames = 1;
 constexpr int wrongUse = 2;  // also of what cannot be read or written
 
 struct ReplayOptions {
@@ -98,8 +99,9 @@ void addFromCapture(CLI::App& app, FromCaptureOptions& options, Command& command
             readInterface(text, scenario);
         }
         command = [&options, scenario] {
-            scenarioFromCapture(options.file, scenario, std::cout, std::cerr);
-            return finish();
+            const bool found = scenarioFromCapture(options.file, scenario, std::cout, std::cerr);
+            const int status = finish();
+            return found ? status : noFrames;
         };
     });
 }

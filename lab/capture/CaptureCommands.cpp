@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <ostream>
-#include <stdexcept>
 #include <vector>
 
 #include "lab/capture/CaptureReader.h"
@@ -121,7 +120,7 @@ void decodeCapture(const std::string& fileName, std::ostream& out, std::ostream&
     notes << pdus << " MRPDUs, " << others << " other frames\n";
 }
 
-void scenarioFromCapture(const std::string& fileName, const ScenarioOptions& options,
+bool scenarioFromCapture(const std::string& fileName, const ScenarioOptions& options,
                          std::ostream& out, std::ostream& notes) {
     CaptureReader reader(fileName);
     Selection selection(options);
@@ -145,9 +144,7 @@ void scenarioFromCapture(const std::string& fileName, const ScenarioOptions& opt
             << '\n';
     }
     selection.printTo(notes);
-    if (!begin) {
-        throw std::runtime_error(fileName + ": holds no frame for a scenario");
-    }
+    return begin.has_value();
 }
 
 }  // namespace MrpLab

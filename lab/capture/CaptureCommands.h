@@ -26,7 +26,8 @@ struct ScenarioOptions {
 
 // Writes the scenario in which an engine receives the frames of the file, the first at time 1, and
 // to `notes` what was left out.
-void scenarioFromCapture(const std::string& fileName, const ScenarioOptions& options,
+// False, and nothing is written, when the file holds no such frame.
+bool scenarioFromCapture(const std::string& fileName, const ScenarioOptions& options,
                          std::ostream& out, std::ostream& notes);
 
 }  // namespace MrpLab
