@@ -14,7 +14,7 @@ constexpr Seconds retryAfter = 1;
 
 }  // namespace
 
-AttributeLog::AttributeLog(std::string node, std::string path,
+AttributeLog::AttributeLog(const std::string& node, std::string path,
                            std::vector<MrpApplication> applications,
                            Linux::EpollActivityManager& activityManager, Tell tell)
     : content_(node, std::move(applications)),

@@ -20,7 +20,8 @@ class AttributeLog {
     // A message for the user.
     using Tell = std::function<void(const std::string& message)>;
 
-    AttributeLog(std::string node, std::string path, std::vector<Mrp::MrpApplication> applications,
+    AttributeLog(const std::string& node, std::string path,
+                 std::vector<Mrp::MrpApplication> applications,
                  Platform::Linux::EpollActivityManager& activityManager, Tell tell);
     AttributeLog(const AttributeLog&) = delete;
     AttributeLog& operator=(const AttributeLog&) = delete;

@@ -94,7 +94,7 @@ std::optional<std::string> readSocketPath(ConfigTable& table, std::string_view k
                                           Presence presence) {
     constexpr std::size_t longest = 107;
     const std::string expected = "a path of 1 to 107 octets";
-    const auto path = table.text(key, expected, presence);
+    auto path = table.text(key, expected, presence);
     if (path &&
         (path->empty() || path->size() > longest || path->find('\0') != std::string::npos)) {
         table.errorIs(table.lineOf(key), key, "expected " + expected);

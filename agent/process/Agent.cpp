@@ -81,7 +81,7 @@ std::optional<std::string> Agent::handleGone() {
 std::optional<std::string> Agent::claim() {
     if (config_.attributeLogPath == config_.standby.attributeLog) {
         makeLog();
-        const auto error = log_->open();
+        auto error = log_->open();
         if (error) {
             log_.reset();
         }

@@ -46,7 +46,7 @@ class Demo {
             return registeredIn(two_->status()).size() >= scenario_.one.declarations.size();
         });
         two_->declareAll(scenario_.two);
-        const NodePair nodes = waitFor(Stage::declared);
+        NodePair nodes = waitFor(Stage::declared);
         printNodes(std::cout, "Declared, and registered within " + seconds(), nodes);
         return nodes;
     }
@@ -54,7 +54,7 @@ class Demo {
     NodePair withdraw() {
         start_ = activityManager_.clock().now();
         one_.withdraw(scenario_.one, scenario_.oneLater);
-        const NodePair nodes = waitFor(Stage::withdrawn);
+        NodePair nodes = waitFor(Stage::withdrawn);
         printNodes(std::cout, "Some withdrawn by node one, and aged out within " + seconds(),
                    nodes);
         return nodes;
@@ -73,7 +73,7 @@ class Demo {
         two_->declareAll(scenario_.two);
         // Long enough for what is not declared anew to be withdrawn.
         activityManager_.runFor(3 * scenario_.two.timers.leaveTime);
-        const NodePair nodes = waitFor(Stage::takenOver);
+        NodePair nodes = waitFor(Stage::takenOver);
         printNodes(std::cout, "Node two's engines gone, and its standby active for " + seconds(),
                    nodes);
         return nodes;

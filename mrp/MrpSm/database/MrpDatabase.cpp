@@ -79,9 +79,8 @@ MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attr
                                                AttributeKey key, bool lookInAddPending) const {
     const MrpAttribute attribute{intfId, attributeType, key};
     if (lookInAddPending) {
-        const auto pending = addPendingAttr_.find(attribute);
-        if (pending != addPendingAttr_.end() && pending->second) {
-            return pending->second.get();
+        if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
+            return pending;
         }
     }
     MrpAttrDatabase* record = committedRecord(attribute);

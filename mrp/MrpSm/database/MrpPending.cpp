@@ -12,13 +12,33 @@ bool MrpSm::deletePending(const MrpAttribute& attribute) const {
     return found != deletePendingAttr_.end() && found->second;
 }
 
+MrpAttrDatabase* MrpSm::pendingRecord(const MrpAttribute& attribute) const {
+    if (addPendingAttr_.empty()) {
+        return nullptr;
+    }
+    if (lastPending_ != addPendingAttr_.end() && lastPending_->first != attribute) {
+        ++lastPending_;
+    }
+    if (lastPending_ == addPendingAttr_.end() || lastPending_->first != attribute) {
+        lastPending_ = addPendingAttr_.find(attribute);
+    }
+    return lastPending_ != addPendingAttr_.end() ? lastPending_->second.get() : nullptr;
+}
+
 void MrpSm::addPendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record) {
     addPendingAttr_[attribute] = std::move(record);
     databaseChanged();
 }
 
 void MrpSm::addPendingAttrDel(const MrpAttribute& attribute) {
-    addPendingAttr_.erase(attribute);
+    const auto found = addPendingAttr_.find(attribute);
+    if (found == addPendingAttr_.end()) {
+        return;
+    }
+    if (lastPending_ == found) {
+        ++lastPending_;
+    }
+    addPendingAttr_.erase(found);
     databaseChanged();
 }
 
@@ -37,9 +57,8 @@ Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
             attribute.intfId, attribute.attributeType, attribute.key, false)) {
         return Ptr<MrpAttrDatabase>(committed);
     }
-    const auto pending = addPendingAttr_.find(attribute);
-    if (pending != addPendingAttr_.end() && pending->second) {
-        return pending->second;
+    if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
+        return Ptr<MrpAttrDatabase>(pending);
     }
     Ptr<MrpAttrDatabase> record = makePtr<MrpAttrDatabase>(attribute.key);
     addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);

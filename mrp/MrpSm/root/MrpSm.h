@@ -326,6 +326,7 @@ class MrpSm final : public RefCounted {
     void closePacket(MrpTxPacketContext& context) const;
 
     // Database
+    MrpAttrDatabase* pendingRecord(const MrpAttribute& attribute) const;
     void databaseChanged() { ++databaseGeneration_; }
     MrpAttrDatabase* committedRecord(const MrpAttribute& attribute) const;
     void populateValue(MrpAttrDatabase& record, bool fromTxImage, MrpApplication application) const;
@@ -369,6 +370,10 @@ class MrpSm final : public RefCounted {
     std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>> mrpAttrIter_;
     std::map<MrpAttribute, bool> deletePendingAttr_;
     std::map<MrpAttribute, Ptr<MrpAttrDatabase>> addPendingAttr_;
+    // Where the last look-up among them ended. Neighbours declare keys in runs, so the next one
+    // asked for is mostly the one behind it.
+    mutable std::map<MrpAttribute, Ptr<MrpAttrDatabase>>::const_iterator lastPending_ =
+        addPendingAttr_.end();
     Ptr<MrpDatabaseDeleteSm> mrpDatabaseDeleteSm_;
     Ptr<MrpDatabaseAddSm> mrpDatabaseAddSm_;
     bool initialized_ = false;
