@@ -91,6 +91,9 @@ class Decoder {
     Json decode() {
         Json messages = Json::array();
         Json fault = Json::object();
+        if (cursor_.left() == 0) {
+            return {{"version", Json()}, {"messages", messages}};
+        }
         try {
             version_ = cursor_.take(1, "the protocol version")[0];
             bool more = true;
