@@ -19,7 +19,12 @@ namespace {
 
 constexpr const char* onlyInterface = "et1";
 constexpr const char* bridgeMac = "02:00:00:00:00:aa";
-constexpr Seconds firstFrame = 1;  // engines have begun by then
+constexpr std::int64_t firstFrame = 1000000000;  // nanoseconds; engines have begun by then
+
+Seconds secondsOf(std::int64_t nanoseconds) {
+    constexpr double nanosecondsPerSecond = 1e9;
+    return static_cast<double>(nanoseconds) / nanosecondsPerSecond;
+}
 
 Json frameJson(Seconds time, const MrpFrame& frame) {
     Json json = {{"at", time},
@@ -111,7 +116,7 @@ void decodeCapture(const std::string& fileName, std::ostream& out, std::ostream&
     std::size_t others = 0;
     while (const auto captured = reader.next()) {
         if (const auto frame = mrpFrameOf(captured->octets)) {
-            out << jsonLine(frameJson(captured->time, *frame)) << '\n';
+            out << jsonLine(frameJson(secondsOf(captured->nanoseconds), *frame)) << '\n';
             ++pdus;
         } else {
             ++others;
@@ -124,8 +129,8 @@ bool scenarioFromCapture(const std::string& fileName, const ScenarioOptions& opt
                          std::ostream& out, std::ostream& notes) {
     CaptureReader reader(fileName);
     Selection selection(options);
-    std::optional<Seconds> begin;
-    Seconds at = firstFrame;
+    std::optional<std::int64_t> begin;  // in nanoseconds
+    Seconds at = 0;
     while (const auto captured = reader.next()) {
         const auto frame = mrpFrameOf(captured->octets);
         const auto interfaceName = selection.interfaceOf(frame);
@@ -133,11 +138,11 @@ bool scenarioFromCapture(const std::string& fileName, const ScenarioOptions& opt
             continue;
         }
         if (!begin) {
-            begin = captured->time;
+            begin = captured->nanoseconds - firstFrame;
             writeBeginning(out, *selection.application(), interfaceNames(options));
         }
         // A capture may hold frames in another order than that of their times; steps go forward.
-        at = std::max(at, firstFrame + captured->time - *begin);
+        at = std::max(at, secondsOf(captured->nanoseconds - *begin));
         out << jsonLine({{"at", at},
                          {"receive",
                           {{"interface", *interfaceName}, {"frame", hexBytes(frame->octets)}}}})

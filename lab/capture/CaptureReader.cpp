@@ -56,7 +56,8 @@ CaptureReader::CaptureReader(std::string fileName)
     pcap_.reset(pcap_open_offline_with_tstamp_precision(fileName_.c_str(),
                                                         PCAP_TSTAMP_PRECISION_NANO, error.data()));
     if (!pcap_) {
-        throw std::runtime_error(fileName_ + ": " + error.data());
+        const std::string what = error.data();  // names some files itself
+        throw std::runtime_error(what.starts_with(fileName_) ? what : fileName_ + ": " + what);
     }
     if (pcap_datalink(pcap_.get()) != DLT_EN10MB) {
         throw std::runtime_error(fileName_ + ": is no capture of Ethernet");
@@ -64,7 +65,7 @@ CaptureReader::CaptureReader(std::string fileName)
 }
 
 std::optional<CaptureReader::Frame> CaptureReader::next() {
-    constexpr double nanoseconds = 1e-9;
+    constexpr std::int64_t nanosecondsPerSecond = 1000000000;
     pcap_pkthdr* header = nullptr;
     const std::uint8_t* octets = nullptr;
     const int result = pcap_next_ex(pcap_.get(), &header, &octets);
@@ -74,8 +75,9 @@ std::optional<CaptureReader::Frame> CaptureReader::next() {
     if (result < 0) {
         throw std::runtime_error(fileName_ + ": " + pcap_geterr(pcap_.get()));
     }
-    return Frame{static_cast<Seconds>(header->ts.tv_sec) +
-                     static_cast<Seconds>(header->ts.tv_usec) * nanoseconds,
+    // The field for microseconds holds nanoseconds, as was asked for.
+    return Frame{static_cast<std::int64_t>(header->ts.tv_sec) * nanosecondsPerSecond +
+                     header->ts.tv_usec,
                  {octets, header->caplen}};
 }
 

@@ -32,7 +32,7 @@ std::optional<MrpFrame> mrpFrameOf(std::span<const std::uint8_t> octets);
 class CaptureReader {
   public:
     struct Frame {
-        Platform::Seconds time;                // since the epoch
+        std::int64_t nanoseconds;              // since the epoch
         std::span<const std::uint8_t> octets;  // as far as captured; until the next frame is read
     };
 

@@ -1,11 +1,13 @@
 #include "lab/replay/Replay.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 
 #include "lab/pcap/PcapFile.h"
 #include "lab/replay/ReplayNode.h"
@@ -85,7 +87,9 @@ ReplayStatus replayLines(std::istream& scenario, const std::string& name, Run& r
             run.apply(*step);
         }
     }
-    if (scenario.bad()) {
+    // Of standard input a stream tells only that there is no more.
+    const bool failed = &scenario == &std::cin && std::ferror(stdin) != 0;
+    if (scenario.bad() || failed) {
         throw std::runtime_error(name + ": cannot be read");
     }
     return ReplayStatus::ended;
@@ -103,6 +107,10 @@ ReplayStatus replay(const std::string& fileName, const std::string& captureName)
         }
     }
     std::optional<PcapFile> capture;
+    std::error_code unknown;  // such as of a capture that is not there yet
+    if (fromFile && std::filesystem::equivalent(fileName, captureName, unknown)) {
+        throw std::runtime_error(captureName + ": is the scenario, not to be written over");
+    }
     if (!captureName.empty()) {
         capture.emplace(captureName);
     }

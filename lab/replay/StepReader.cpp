@@ -13,7 +13,7 @@ using namespace Mrp;
 namespace {
 
 // About thirty years. Up to here times are exact to a microsecond, which timers need.
-constexpr Seconds latest = 1e9;
+constexpr Seconds latest = 1e7;  // a minute of work, even for an idle engine
 
 // The sizes of value records, for types that the application does not have.
 constexpr std::array<std::size_t, 5> storedSizes{25, 34, 12, 4, 2};
@@ -111,7 +111,7 @@ void StepReader::checkPlace(const std::string& action) const {
 Seconds StepReader::time(const JsonValue& value) const {
     const Seconds at = value.seconds();
     if (at > latest) {
-        value.refuse("at the most 1e9 seconds");
+        value.refuse("at the most 1e7 seconds");
     }
     if (at < at_) {
         throw StepError("at: before the step that stands before it");

@@ -88,7 +88,7 @@ const std::pair<const char*, const char*> faults[] = {
     {R"({"dump":true})", "at: missing"},
     {R"({"at":-1,"dump":true})", "at: expected a number of seconds >= 0"},
     {R"({"at":0.5,"dump":true})", "at: before the step that stands before it"},
-    {R"({"at":2e9,"dump":true})", "at: expected at the most 1e9 seconds"},
+    {R"({"at":2e9,"dump":true})", "at: expected at the most 1e7 seconds"},
     {R"({"at":20})", "no action"},
     {R"({"at":20,"dump":true,"end":true})", "end: a second action, beside dump"},
     {R"({"at":20,"dumb":true})", "\"dumb\": unknown"},
