@@ -15,7 +15,13 @@ function(layer_headers target)
             file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${folder}" "${view}/${folder}" SYMBOLIC)
         endif()
     endforeach()
-    target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${view}>")
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "INTERFACE_LIBRARY")
+        set(scope INTERFACE)  # of headers only
+    else()
+        set(scope PUBLIC)
+    endif()
+    target_include_directories(${target} ${scope} "$<BUILD_INTERFACE:${view}>")
 endfunction()
 
 # layer_sources(OUT FOLDER...): every .cpp of the folders.

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <random>
 
-#include "FrameWatch.h"
-#include "Neighbour.h"
-#include "Relay.h"
 #include "Takeover.h"
+#include "lab/processes/FrameWatch.h"
+#include "lab/processes/Neighbour.h"
+#include "lab/processes/Relay.h"
 
 namespace MrpTest {
 namespace {

@@ -1,7 +1,7 @@
 #include <csignal>
 
-#include "LogStandIn.h"
 #include "Takeover.h"
+#include "lab/processes/LogStandIn.h"
 #include "platform/linux/UnixLineReader.h"
 
 namespace MrpTest {

@@ -2,8 +2,8 @@
 #include <ctime>
 #include <fstream>
 
-#include "Neighbour.h"
 #include "Takeover.h"
+#include "lab/processes/Neighbour.h"
 
 namespace MrpTest {
 namespace {

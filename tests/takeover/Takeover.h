@@ -10,13 +10,14 @@
 #include <set>
 #include <string>
 
-#include "AgentProcess.h"
+#include "lab/processes/AgentProcess.h"
 #include "platform/linux/EpollActivityManager.h"
 #include "platform/log/Log.h"
 #include "platform/time/Dispatch.h"
 
 namespace MrpTest {
 
+using namespace MrpLab;
 using Json = MrpAgent::Json;
 using Role = AgentProcess::Role;
 

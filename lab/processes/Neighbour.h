@@ -7,7 +7,7 @@
 #include "platform/base/Assert.h"
 #include "platform/linux/LinuxNetInfo.h"
 
-namespace MrpTest {
+namespace MrpLab {
 
 using namespace Platform;
 using namespace Mrp;
@@ -88,4 +88,4 @@ class Neighbour {
     Reactor reactor_;
 };
 
-}  // namespace MrpTest
+}  // namespace MrpLab

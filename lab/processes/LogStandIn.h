@@ -8,7 +8,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/UnixAddress.h"
 
-namespace MrpTest {
+namespace MrpLab {
 
 using Platform::Linux::checked;
 using Platform::Linux::FileDescriptor;
@@ -55,4 +55,4 @@ class LogStandIn {
     FileDescriptor reader_;
 };
 
-}  // namespace MrpTest
+}  // namespace MrpLab

@@ -8,7 +8,7 @@
 #include "platform/linux/EpollActivityManager.h"
 #include "platform/linux/PacketSocket.h"
 
-namespace MrpTest {
+namespace MrpLab {
 
 // Watches for MVRPDUs that come in at the end "va" of the cable, beside whoever receives them.
 class FrameWatch {
@@ -63,4 +63,4 @@ class FrameWatch {
     Platform::Linux::PacketSocket socket_{"va", parameters()};
 };
 
-}  // namespace MrpTest
+}  // namespace MrpLab

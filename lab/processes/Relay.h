@@ -4,11 +4,11 @@
 #include <set>
 #include <string>
 
-#include "LogStandIn.h"
 #include "agent/status/StatusJson.h"
+#include "lab/processes/LogStandIn.h"
 #include "platform/linux/UnixLineReader.h"
 
-namespace MrpTest {
+namespace MrpLab {
 
 // Stands between the attribute log of an active agent and the standby that follows it, so that a
 // test knows what the log has delivered. Connects to the log when the standby connects here; ends
@@ -58,4 +58,4 @@ class Relay {
                                             }};
 };
 
-}  // namespace MrpTest
+}  // namespace MrpLab

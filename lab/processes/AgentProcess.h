@@ -12,7 +12,7 @@
 #include "agent/status/StatusJson.h"
 #include "platform/linux/FileDescriptor.h"
 
-namespace MrpTest {
+namespace MrpLab {
 
 using Platform::Linux::checked;
 using Platform::Linux::FileDescriptor;
@@ -91,4 +91,4 @@ class AgentProcess {
     pid_t pid_ = -1;
 };
 
-}  // namespace MrpTest
+}  // namespace MrpLab
