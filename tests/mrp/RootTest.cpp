@@ -46,6 +46,33 @@ TEST(Root, SecondEngineInstallsTheFirstFilter) {
               mrpSocketFilter(libs[1]->destinationAddr(), libs[1]->ethType()));
 }
 
+// Two applications side by side on the same interface: each takes its own frames, and what the one
+// goes through is nothing to the other.
+TEST(Root, TwoApplicationsInAProcess) {
+    TestNode vlans(MrpApplication::mvrp);
+    TestNode streams(MrpApplication::msrp);  // whose frames tell how theirs look
+    MrpAgent::MrpInstance::Parameters parameters;
+    parameters.application = MrpApplication::msrp;
+    MrpAgent::MrpInstance msrp(vlans.activityManager, vlans.interfaces, parameters);
+    msrp.enable(vlans.intf(1));
+    const auto arrives = [&](const Bytes& frame) {
+        vlans.dev(1).receive(frame);
+        vlans.activityManager.settle();
+    };
+    arrives(streams.frameOf(onePdu(domainType, "06030002", Ev::joinIn), 1));  // a newer version
+    arrives(vlans.frameOf(vlanJoin(5)));
+    arrives(vlans.frameOf("0904"));  // malformed: the newer version was the other's
+    arrives(streams.frameOf(message(domainType, "00000000", std::nullopt, true) + pduEnd));
+    EXPECT_EQ(vlans.states(vlanType, 5), "AO/IN");
+    EXPECT_EQ(vlans.counters().numOfPktsProcessed(), 2U);
+    EXPECT_EQ(vlans.counters().numOfMalformedPkts(), 1U);
+    EXPECT_EQ(msrp.mrpSm().mrpCounters()->numOfPktsProcessed(), 2U);
+    EXPECT_EQ(msrp.mrpSm().mrpCounters()->numOfIncorrectPduVersion(), 1U);
+    vlans.runUntil(2);
+    EXPECT_EQ(vlans.states(vlanType, 5), "AO/IN");
+    EXPECT_TRUE(msrp.mrpSm().visibleKeys(vlans.intf(1), domainType).empty());
+}
+
 // Everything is under way when the engine goes; nothing of it is called afterwards.
 TEST(Root, TearDownInFullFlight) {
     TestNode node(MrpApplication::msrp, 2);
