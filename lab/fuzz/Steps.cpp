@@ -364,4 +364,12 @@ bool Steps::handleIndication() {
     return (reactionHow_ & 0x80U) != 0;
 }
 
+// The leave timer of key 0 and the one that all keys of its type share end each other.
+bool Steps::leavesAreTimed() {
+    for (const auto& [key, set] : node_.mrpSm().mrpAttrIter()) {
+        leavesAreTimed_ = leavesAreTimed_ && !set->attributeKey().contains(0);
+    }
+    return leavesAreTimed_;
+}
+
 }  // namespace MrpFuzz

@@ -23,9 +23,9 @@ class Steps {
     void rest();
 
     FuzzNode& node() { return node_; }
-    // False once an indication has changed a port's role: the end of a leave then takes those along
-    // that it began.
-    bool leavesAreTimed() const { return leavesAreTimed_; }
+    // False once an indication has changed a port's role (the end of a leave then takes those along
+    // that it began), and once there is an attribute of key 0.
+    bool leavesAreTimed();
 
   private:
     // What the next indications do, and how many of them.
