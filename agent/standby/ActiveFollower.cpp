@@ -1,5 +1,6 @@
 #include "agent/standby/ActiveFollower.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -34,6 +35,7 @@ void ActiveFollower::connect() {
     const int error = reader_.connectTo(path_);
     if (error == 0) {
         ++sessions_;
+        connectedAt_ = retry_.clock().now();
         mirror_.sessionStarts();
         return;
     }
@@ -66,12 +68,14 @@ void ActiveFollower::handleLine(std::string_view line) {
 // A connection also ends when the active agent finds its reader too slow: whether the agent has
 // gone is known when nobody listens any more.
 void ActiveFollower::handleEnd(const Linux::UnixLineReader::Ending& ending) {
-    const bool accepted = mirror_.accepted();
+    // At once, unless whoever is there ends one connection after the other.
+    const Seconds early = std::max(0.0, connectedAt_ + soon - retry_.clock().now());
+    const Seconds retryAfter = mirror_.accepted() ? early : soon;
     if (!ending.clean) {
         ++faults_;
     }
     mirror_.sessionEnds(ending.clean);
-    trouble(ending.why, accepted ? 0 : soon);
+    trouble(ending.why, retryAfter);
 }
 
 void ActiveFollower::trouble(const std::string& what, Seconds retryAfter) {

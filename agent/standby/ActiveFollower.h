@@ -52,6 +52,7 @@ class ActiveFollower {
     Platform::Alarm retry_;
     bool followed_ = false;  // an active agent has been there
     bool finished_ = false;
+    Platform::Seconds connectedAt_ = 0;  // when the last connection was made
     std::string lastTrouble_;
     std::uint64_t sessions_ = 0;
     std::uint64_t faults_ = 0;
