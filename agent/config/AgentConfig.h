@@ -1,30 +1,16 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "agent/instance/MrpInstance.h"
-#include "mrp/MrpSm/types/MrpAttribute.h"
+#include "agent/instance/Declaration.h"
 #include "mrp/MrpSm/types/MrpConfig.h"
 #include "platform/base/EthAddr.h"
 #include "platform/base/Seconds.h"
 
 namespace MrpAgent {
-
-// One attribute that the agent declares, on each of the interfaces.
-struct Declaration {
-    Mrp::MrpApplication application = Mrp::MrpApplication::none;
-    Mrp::AttributeType attributeType = 0;
-    Mrp::AttributeKey key = 0;
-    std::vector<std::uint8_t> value;  // the octets of the value record
-    bool newEvent = false;            // announce as New (IEEE 802.1Q clause 10.2) in place of Join
-    std::vector<std::string> interfaces;
-
-    bool operator==(const Declaration&) const = default;
-};
 
 // What the agent is told to do. The defaults of the times are the standard's (clause 10.7.11).
 struct AgentConfig {
@@ -64,10 +50,5 @@ struct AgentConfig {
 
 // The engine's configuration entity for one application.
 Platform::Ptr<Mrp::MrpConfig> mrpConfigOf(const AgentConfig& config);
-
-// Declares the attribute on those of its interfaces where it is not declared, or withdraws it on
-// all. False when the instance refuses it.
-bool declare(MrpInstance& instance, const Declaration& declaration);
-bool withdraw(MrpInstance& instance, const Declaration& declaration);
 
 }  // namespace MrpAgent

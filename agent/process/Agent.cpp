@@ -200,8 +200,10 @@ void Agent::declareAll() {
     for (const auto& instance : instances_) {
         for (const Declaration& declaration : config_.declarations) {
             if (declaration.application == instance->application()) {
-                const bool accepted = declare(*instance, declaration);
-                require(accepted, "a declaration has the octets of its type");
+                for (const std::string& name : declaration.interfaces) {
+                    const bool accepted = declare(*instance, declaration, IntfId(name));
+                    require(accepted, "a declaration has the octets of its type");
+                }
             }
         }
     }

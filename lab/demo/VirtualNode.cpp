@@ -77,7 +77,7 @@ void VirtualNode::becomeActive() {
 
 void VirtualNode::declareAll(const AgentConfig& config) {
     for (const Declaration& declaration : config.declarations) {
-        declare(instance(declaration.application), declaration);
+        declare(instance(declaration.application), declaration, intfId_);
     }
 }
 
@@ -85,7 +85,7 @@ void VirtualNode::withdraw(const AgentConfig& before, const AgentConfig& after) 
     for (const Declaration& declaration : before.declarations) {
         const auto& kept = after.declarations;
         if (std::find(kept.begin(), kept.end(), declaration) == kept.end()) {
-            MrpAgent::withdraw(instance(declaration.application), declaration);
+            MrpAgent::withdraw(instance(declaration.application), declaration, intfId_);
         }
     }
 }
