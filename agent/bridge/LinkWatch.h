@@ -56,8 +56,9 @@ class LinkWatch final {
     void stale();
     void beginDump();
     void handleDump();
-    void endDump();
+    void endDump(bool disturbed);
     void dumpFailed(const std::string& what);
+    void closeDump();
 
     Platform::Linux::EpollActivityManager& activityManager_;
     Changed changed_;
@@ -65,9 +66,10 @@ class LinkWatch final {
     LinkTable links_;
     Counters counters_;
     Platform::Linux::FileDescriptor events_;
-    std::optional<LinkDump> dump_;  // from start() on
-    bool stale_ = false;            // a hint came since the dump under way began
-    Platform::Seconds dumpBegun_ = 0;
+    std::optional<LinkDump> dump_;  // none before start(), and after one that failed
+    bool dumping_ = false;
+    bool stale_ = false;               // a hint came since the dump under way began
+    Platform::Seconds lastDump_ = -1;  // when it ended
     Platform::Alarm dumpAlarm_;  // when the next dump begins, or the one under way is given up
     std::string lastTrouble_;
 };
