@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <deque>
+#include <memory>
 #include <vector>
 
+#include "agent/propagation/PortSet.h"
+#include "agent/propagation/PortSlots.h"
 #include "agent/propagation/Propagation.h"
 #include "agent/propagation/VlanRequests.h"
+#include "agent/propagation/VlanState.h"
 #include "platform/state/Notification.h"
 #include "platform/time/ActivityManager.h"
 
@@ -43,7 +47,12 @@ class VlanPropagation final : public Propagation {
         std::uint64_t forbidden = 0;  // joins that were discarded
     };
 
-    // `propagates`: false for a station with several ports, which declares only what is its own.
+    // How long joins from a port are propagated as New after its topology change: how long
+    // tcDetected holds at the most (clause 13.25.29: HelloTime + 1 s).
+    static constexpr Platform::Seconds topologyChangeTime = 3;
+
+    // Both outlive it. `propagates`: false for a station with several ports, which declares only
+    // what is its own.
     VlanPropagation(Platform::ActivityManager& activityManager, VlanRequests& requests,
                     bool propagates);
     ~VlanPropagation() override;
@@ -62,12 +71,45 @@ class VlanPropagation final : public Propagation {
     // As it will be when all that is noted has been worked off, but for `declared`.
     Membership membership(Platform::IntfId port, std::uint16_t vlan) const;
     // Whether everything that is noted has been worked off.
-    bool settled() const;
-    const Counters& counters() const;
+    bool settled() const { return touched_.empty(); }
+    const Counters& counters() const { return counters_; }
 
     // Told when a port's member() of a VLAN changes: the port, the VLAN, whether it belongs to it
     // now. Also for a port that goes. Who reacts does not call back.
-    Platform::Notification<Platform::IntfId, std::uint16_t, bool>& memberChanged();
+    Platform::Notification<Platform::IntfId, std::uint16_t, bool>& memberChanged() {
+        return memberChanged_;
+    }
+
+  private:
+    using Slot = PortSet::Slot;
+    using Word = PortSet::Word;
+
+    template <class Change>
+    void change(Slot slot, std::uint16_t vlan, Change&& make);
+    void ownIs(Slot slot);
+    void resumePort(Slot slot, const MrpInstance& instance);
+    void touch(std::uint16_t vlan);
+    void touchAll();
+    void handleTurn();
+    std::size_t workOff(std::uint16_t vlan);
+
+    Platform::ActivityManager& activityManager_;
+    VlanRequests& requests_;
+    bool propagates_;
+    std::vector<Declaration> declarations_;
+    PortSlots slots_;
+    PortSet forwarding_;
+    std::vector<Platform::Seconds> newUntil_;  // by slot: until when its joins count as New
+    std::vector<VlanState> vlans_;             // by VLAN
+    std::deque<std::uint16_t> touched_;        // to be worked off, each once
+    Counters counters_;
+    Platform::Notification<Platform::IntfId, std::uint16_t, bool> memberChanged_;
+    bool turnComes_ = false;  // work is posted, or the alarm set
+    bool patient_ = false;    // nothing is withdrawn
+    Platform::Alarm turnAlarm_;
+    Platform::Alarm patienceAlarm_;
+    // By which posted work finds out that the propagation is gone.
+    std::shared_ptr<VlanPropagation*> self_ = std::make_shared<VlanPropagation*>(this);
 };
 
 }  // namespace MrpAgent
