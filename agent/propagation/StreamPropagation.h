@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -15,7 +17,7 @@ namespace MrpAgent {
 // they are registered.
 class StreamPropagation final : public Propagation {
   public:
-    // The instance outlives it.
+    // Both outlive it.
     StreamPropagation(Platform::ActivityManager& activityManager, MrpInstance& instance);
     ~StreamPropagation() override;
 
@@ -26,6 +28,27 @@ class StreamPropagation final : public Propagation {
     bool joinIndicated(const Mrp::MrpAttribute& attribute, bool isNew) override;
     void leaveIndicated(const Mrp::MrpAttribute& attribute) override;
     void resume(const MrpInstance& instance, Platform::Seconds patience) override;
+
+  private:
+    using Wanted = std::map<Mrp::MrpAttribute, const Declaration*>;
+
+    void resumeType(const MrpInstance& instance, Platform::IntfId port, Mrp::AttributeType type);
+    void postWork();
+    void work();
+    Wanted wanted() const;
+    void request(const Mrp::MrpAttribute& attribute, std::uint8_t event,
+                 const std::vector<std::uint8_t>& value);
+
+    Platform::ActivityManager& activityManager_;
+    MrpInstance& instance_;
+    std::set<Platform::IntfId> ports_;
+    std::vector<Declaration> declarations_;
+    std::map<Mrp::MrpAttribute, std::vector<std::uint8_t>> declared_;  // with the value requested
+    bool posted_ = false;
+    bool patient_ = false;  // nothing that nobody asks for is withdrawn
+    Platform::Alarm patienceAlarm_;
+    // By which posted work finds out that the propagation is gone.
+    std::shared_ptr<StreamPropagation*> self_ = std::make_shared<StreamPropagation*>(this);
 };
 
 }  // namespace MrpAgent
