@@ -1,0 +1,62 @@
+#include "agent/control/AttributeAges.h"
+
+#include "platform/time/Dispatch.h"
+
+namespace MrpAgent {
+
+using namespace Platform;
+using namespace Mrp;
+
+void AttributeAges::instancesAre(ControlNode::Instances instances) {
+    sources_.clear();
+    for (const auto& instance : instances) {
+        if (MrpApplicationDatabase* database = instance->mrpSm().applicationDatabase()) {
+            sources_.push_back(
+                std::make_unique<Source>(Source{instance->application(), {}, Reactor()}));
+            follow(*sources_.back(), *database);
+        }
+    }
+}
+
+void AttributeAges::follow(Source& source, MrpApplicationDatabase& database) {
+    for (const auto& [intfId, intf] : database.attrDatabase()) {
+        for (const auto& [type, records] : intf->intfTypeApplicant()) {
+            for (const auto& [key, record] : records->mrpAttribute()) {
+                source.entries[{intfId, type, key}] = {never, record->registrarState()};
+            }
+        }
+    }
+    source.reactor = database.recordChanged().react(
+        [this, &source](const MrpAttribute& attribute, const MrpAttrDatabase* record) {
+            // Whoever changes a record has nothing to do with those who ask for its age.
+            dispatch([&] { handleRecord(source.entries, attribute, record); });
+        });
+}
+
+void AttributeAges::handleRecord(Entries& entries, const MrpAttribute& attribute,
+                                 const MrpAttrDatabase* record) const {
+    if (record == nullptr) {
+        entries.erase(attribute);
+        return;
+    }
+    const MrpRegistrarState state = record->registrarState();
+    const auto [entry, added] = entries.try_emplace(attribute, Entry{clock_.now(), state});
+    if (!added && entry->second.state != state) {
+        entry->second = {clock_.now(), state};
+    }
+}
+
+std::optional<Seconds> AttributeAges::age(const MrpInstance& instance,
+                                          const MrpAttribute& attribute) const {
+    for (const auto& source : sources_) {
+        if (source->application == instance.application()) {
+            const auto found = source->entries.find(attribute);
+            return found != source->entries.end() && found->second.since != never
+                       ? std::optional(clock_.now() - found->second.since)
+                       : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace MrpAgent
