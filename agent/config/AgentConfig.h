@@ -36,8 +36,25 @@ struct AgentConfig {
 
     std::vector<Mrp::MrpApplication> applications{Mrp::MrpApplication::mvrp,
                                                   Mrp::MrpApplication::msrp};
+    // The bridge whose ports the agent runs on; empty: on the interfaces listed below.
+    struct Bridge {
+        std::string name;
+        bool vlanFilter = false;  // write registered VLANs into the bridge's filter
+    };
+    // Where control requests are taken (docs/control-socket.md); nowhere when nothing is said.
+    struct Control {
+        std::optional<std::string> path;
+        std::optional<std::string> readOnlyPath;
+
+        bool operator==(const Control&) const = default;
+    };
+
+    Bridge bridge;
+    Control control;
+    // Whether what is registered on one port is declared on the others.
+    bool propagation = true;
     std::vector<std::string> interfaces;
-    // The address of the first interface when nothing is said.
+    // The bridge's, or that of the first interface, when nothing is said.
     std::optional<Platform::EthAddr> bridgeMacAddr;
     bool mrpFlooding = false;
     Timers timers;
@@ -48,7 +65,8 @@ struct AgentConfig {
     Standby standby;
 };
 
-// The engine's configuration entity for one application.
+// Brings the engine's configuration entity of an application to what the configuration says.
+void apply(const AgentConfig& config, Mrp::MrpConfig& mrpConfig);
 Platform::Ptr<Mrp::MrpConfig> mrpConfigOf(const AgentConfig& config);
 
 }  // namespace MrpAgent

@@ -37,9 +37,32 @@ void readApplications(ConfigTable& root, AgentConfig& config) {
     config.applications = applications;
 }
 
+void readBridge(ConfigTable& root, AgentConfig& config) {
+    auto table = root.table("bridge");
+    if (!table) {
+        return;
+    }
+    const std::string expected = "the name of a bridge, 1 to 15 octets";
+    constexpr std::size_t longest = 15;
+    const auto name = table->text("name", expected, Presence::required);
+    if (name && (name->empty() || name->size() > longest)) {
+        table->errorIs(table->lineOf("name"), "name", "expected " + expected);
+    }
+    // Also without a usable name the interfaces are the bridge's.
+    config.bridge.name = name.value_or("").empty() ? "?" : *name;
+    config.bridge.vlanFilter = table->flag("vlanFilter").value_or(false);
+    table->finish();
+}
+
 void readInterfaces(ConfigTable& root, AgentConfig& config) {
-    const auto names =
-        root.texts("interfaces", "a list of interface names, each once", Presence::required);
+    const bool onBridge = !config.bridge.name.empty();
+    const auto names = root.texts("interfaces", "a list of interface names, each once",
+                                  onBridge ? Presence::optional : Presence::required);
+    if (names && onBridge) {
+        root.errorIs(root.lineOf("interfaces"), "interfaces",
+                     "expected either interfaces or a bridge, whose ports they are");
+        return;
+    }
     for (const auto& [name, line] : names.value_or(std::vector<LocatedText>{})) {
         config.interfaces.push_back(name);
     }
@@ -110,6 +133,14 @@ void readAttributeLog(ConfigTable& root, AgentConfig& config) {
     }
 }
 
+void readControl(ConfigTable& root, AgentConfig& config) {
+    if (auto table = root.table("control")) {
+        config.control.path = readSocketPath(*table, "path", Presence::optional);
+        config.control.readOnlyPath = readSocketPath(*table, "readOnlyPath", Presence::optional);
+        table->finish();
+    }
+}
+
 void readStandby(ConfigTable& root, AgentConfig& config) {
     config.standby.attributeLog = config.attributeLogPath;
     auto table = root.table("standby");
@@ -134,10 +165,13 @@ AgentConfig readRoot(const toml::table& document, ConfigErrors& errors) {
     AgentConfig config;
     ConfigTable root(document, "", firstLine, errors);
     readApplications(root, config);
+    readBridge(root, config);
     readInterfaces(root, config);
     readBridgeMacAddr(root, config);
     config.mrpFlooding = root.flag("mrpFlooding").value_or(false);
     readTimers(root, config);
+    config.propagation = root.flag("propagation").value_or(true);
+    readControl(root, config);
     readAttributeLog(root, config);
     readStandby(root, config);
     DeclarationReader(root, config).read();

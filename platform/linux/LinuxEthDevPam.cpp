@@ -87,12 +87,12 @@ Ptr<Pkt> LinuxEthDevPam::rxPkt() {
     return nullptr;
 }
 
-void LinuxEthDevPam::txPkt(const Ptr<Pkt>& pkt) {
+bool LinuxEthDevPam::txPkt(const Ptr<Pkt>& pkt) {
     require(static_cast<bool>(pkt), "there is a packet to send");
     const int error = socket_ ? socket_->send(*pkt) : ENODEV;
     if (error == 0) {
         ++counters_.sent;
-        return;
+        return true;
     }
     ++counters_.sendFailures;
     PLATFORM_TRACE(linuxTrace, 1,
@@ -102,6 +102,7 @@ void LinuxEthDevPam::txPkt(const Ptr<Pkt>& pkt) {
     if (interfaceTrouble && checkAlarm_.expiry() == never) {
         checkAlarm_.expiryIs(activityManager_.clock().now());
     }
+    return false;
 }
 
 bool LinuxEthDevPam::hasDataOnSocket() const {

@@ -35,7 +35,7 @@ class LinuxEthDevPam final : public EthDevPam {
     ~LinuxEthDevPam() override;
 
     Ptr<Pkt> rxPkt() override;
-    void txPkt(const Ptr<Pkt>& pkt) override;
+    bool txPkt(const Ptr<Pkt>& pkt) override;
     bool hasDataOnSocket() const override;
 
     // Whether there is a socket; none while the interface is gone.

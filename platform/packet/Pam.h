@@ -17,9 +17,9 @@ class Pam : public Entity {
     // Takes the oldest frame that waits, from its destination address on (a kernel-removed 802.1Q
     // tag put back); null when none waits.
     virtual Ptr<Pkt> rxPkt() = 0;
-    // Sends a frame as it stands. A frame that cannot be sent is traced and counted by the Pam, and
-    // lost. Never gives a readable notification from within.
-    virtual void txPkt(const Ptr<Pkt>& pkt) = 0;
+    // Sends a frame as it stands. False: it could not be sent, which the Pam has traced and
+    // counted, and is lost. Never gives a readable notification from within.
+    virtual bool txPkt(const Ptr<Pkt>& pkt) = 0;
 
     // Given from the event loop while frames wait; a reactor takes one frame a notification.
     Notification<>& readable() { return readable_; }

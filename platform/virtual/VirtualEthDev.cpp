@@ -37,13 +37,14 @@ void VirtualEthDev::inject(std::span<const std::uint8_t> frame, bool notify) {
     }
 }
 
-void VirtualEthDev::transmit(const Ptr<Pkt>& pkt) {
+bool VirtualEthDev::transmit(const Ptr<Pkt>& pkt) {
     if (!linkUp_) {
         ++counters_.sentWhileDown;
-        return;
+        return false;
     }
     ++counters_.sent;
     sent_.notify(pkt);
+    return true;
 }
 
 void VirtualEthDev::pamDel(VirtualPam& pam) {

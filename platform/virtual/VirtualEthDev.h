@@ -65,7 +65,7 @@ class VirtualEthDev final : public EthDev {
   private:
     friend class VirtualPam;
 
-    void transmit(const Ptr<Pkt>& pkt);
+    bool transmit(const Ptr<Pkt>& pkt);
     void pamDel(VirtualPam& pam);
 
     ActivityManager& activityManager_;

@@ -36,11 +36,9 @@ Ptr<Pkt> VirtualPam::rxPkt() {
     return pkt;
 }
 
-void VirtualPam::txPkt(const Ptr<Pkt>& pkt) {
+bool VirtualPam::txPkt(const Ptr<Pkt>& pkt) {
     require(static_cast<bool>(pkt), "there is a packet to send");
-    if (device_ != nullptr) {
-        device_->transmit(pkt);
-    }
+    return device_ != nullptr && device_->transmit(pkt);
 }
 
 void VirtualPam::receive(std::span<const std::uint8_t> frame) {

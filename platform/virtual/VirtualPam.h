@@ -22,7 +22,7 @@ class VirtualPam final : public EthDevPam {
     ~VirtualPam() override;
 
     Ptr<Pkt> rxPkt() override;
-    void txPkt(const Ptr<Pkt>& pkt) override;
+    bool txPkt(const Ptr<Pkt>& pkt) override;
     bool hasDataOnSocket() const override { return !queue_.empty(); }
 
   private:

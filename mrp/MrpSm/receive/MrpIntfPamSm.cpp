@@ -109,14 +109,20 @@ bool MrpIntfPamSm::acceptFrame(Pkt& pkt) {
 }
 
 void MrpIntfPamSm::processFrame(Pkt& pkt) {
+    MrpPortCounters& counters = mrpSm_.portCountersIs(intfId_);
     // Whatever way this is left, nothing of the frame stays behind.
     const ScopeGuard clear([this] {
         mrpSm_.dropParsed();
+        mrpSm_.eventsInHandIs(nullptr);
         MrpSm::futureProtocolVersionIs(false);
     });
+    mrpSm_.eventsInHandIs(&counters.eventsIn);
+    ++counters.pdusIn;
+    const MrpCounters::Count malformed = mrpSm_.mrpCounters()->numOfMalformedPkts();
     pkt.delSharedHeadData(ethHeaderSize);
     mrpSm_.parseContext()->intfIdIs(intfId_);
     mrpSm_.parseMrpdu(pkt);
+    counters.malformed += mrpSm_.mrpCounters()->numOfMalformedPkts() != malformed ? 1 : 0;
     mrpSm_.processParsedAttributes(intfId_);
     mrpSm_.mrpCounters()->numOfPktsProcessedInc(1);
     mrpSm_.mrpTransmitTxAttributes();

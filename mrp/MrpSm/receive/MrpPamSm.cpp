@@ -85,7 +85,8 @@ void MrpPamSm::floodMsrpdu(IntfId intfId, const Ptr<Pkt>& pkt) {
     for (const auto& [other, intfPamSm] : mrpIntfPamSm_) {
         if (other != intfId) {
             MRP_TRACE(8, "Msrp Tx on " << other.name());
-            intfPamSm->pam()->txPkt(pkt);
+            MrpPortCounters& counters = mrpSm_.portCountersIs(other);
+            ++(intfPamSm->pam()->txPkt(pkt) ? counters.pdusOut : counters.sendFailures);
         }
     }
 }

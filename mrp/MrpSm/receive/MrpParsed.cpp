@@ -15,6 +15,7 @@ void MrpSm::processMrpEvent(std::uint8_t event, std::uint16_t valueIndex) {
     context.attributeKeyIs(mrpGetRxAttributeKey());
     context.attributeEventIs(event);
     context.eventsCounterInc(1);
+    ++eventsInHand_->values[event & 7U];
     if (!recycledPkt_ && !mrpConfig_->mrpFlooding()) {
         saveParsedMrpAttribute();
     } else {

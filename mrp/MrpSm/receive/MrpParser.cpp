@@ -137,6 +137,7 @@ MrpParseStatus MrpSm::parseVectorAttribute(Pkt& pkt) {
         context.leaveAllIs(1);
         if (!recycledPkt_) {
             mrpRxLeaveAllIs(context.attributeType(), true);
+            ++eventsInHand_->leaveAlls;
         }
     } else if (values == 0) {
         return cutShort();

@@ -195,6 +195,16 @@ void MrpSm::rebuildAttrIter() {
 
 void MrpSm::doInitializeCounters() {
     mrpCounters_ = makePtr<MrpCounters>("MrpCounters");
+    countersDel();
+}
+
+void MrpSm::countersDel() {
+    for (auto& [intfId, counters] : portCounters_) {
+        counters = {};
+    }
+    if (!mrpCounters_) {
+        return;
+    }
     mrpCounters_->numOfIncorrectPduVersionIs(0);
     mrpCounters_->numOfUnknownAttributeTypeIs(0);
     mrpCounters_->numOfMalformedPktsIs(0);

@@ -21,6 +21,7 @@
 #include "mrp/MrpSm/types/MrpCounters.h"
 #include "mrp/MrpSm/types/MrpParseContext.h"
 #include "mrp/MrpSm/types/MrpParsedAttributes.h"
+#include "mrp/MrpSm/types/MrpPortCounters.h"
 #include "mrp/MrpSm/types/MrpStatus.h"
 #include "platform/packet/EthDevPamMan.h"
 #include "platform/packet/PamDir.h"
@@ -97,6 +98,11 @@ class MrpSm final : public RefCounted {
 
     // What exists on an active engine only; null on a standby one.
     MrpCounters* mrpCounters() const { return mrpCounters_.get(); }
+    // The counters of the ports that have been in use, and one's own; made at first use.
+    const std::map<IntfId, MrpPortCounters>& portCounters() const { return portCounters_; }
+    MrpPortCounters& portCountersIs(IntfId intfId) { return portCounters_[intfId]; }
+    // Sets all counters, the ports' and the engine's, to 0.
+    void countersDel();
     MrpParseContext* parseContext() const { return parseContext_.get(); }
     const Ptr<TimerWheel>& timerWheel() const { return timerWheel_; }
     MrpAttrLogSm* mrpAttrLogSm() const { return mrpAttrLogSm_.get(); }
@@ -185,6 +191,11 @@ class MrpSm final : public RefCounted {
     // it.
     void dropParsed();
     void dropParsedOf(IntfId intfId);
+
+    // Where received events are counted while a frame is in hand: those of its port.
+    void eventsInHandIs(MrpPortCounters::Events* events) {
+        eventsInHand_ = events != nullptr ? events : &nobodysEvents_;
+    }
 
     // ===== Transmit =====
 
@@ -379,6 +390,10 @@ class MrpSm final : public RefCounted {
     bool initialized_ = false;
     bool active_ = false;
     Ptr<TimerWheel> timerWheel_;
+
+    std::map<IntfId, MrpPortCounters> portCounters_;
+    MrpPortCounters::Events nobodysEvents_;
+    MrpPortCounters::Events* eventsInHand_ = &nobodysEvents_;
 
     std::uint64_t databaseGeneration_ = 1;
     mutable RecordInHand recordInHand_;

@@ -49,6 +49,7 @@ std::size_t MrpLib::encodeVector(MrpTxPacketContext& context,
     std::uint8_t* packed = value + firstValue.size();
     if (event == AttributeEvent::leaveAll) {
         writeBe16(header, VectorHeader::leaveAllBit);
+        ++context.events().leaveAlls;
         std::fill(value, packed, std::uint8_t{0});
         return VectorHeader::size + firstValue.size();
     }
@@ -56,6 +57,7 @@ std::size_t MrpLib::encodeVector(MrpTxPacketContext& context,
     MrpParseContext& parseContext = *mrpSm_->parseContext();
     if (parseContext.sendTxLvAll()) {
         vectorHeader |= VectorHeader::leaveAllBit;
+        ++context.events().leaveAlls;
         parseContext.sendTxLvAllIs(false);
     }
     writeBe16(header, vectorHeader);

@@ -48,8 +48,12 @@ void MrpLib::mrpSendAttributeIntf(const MrpParameters& parameters, IntfId intfId
         MRP_TRACE(8, " Tx is being Attempted before the PAM is enabled ");
         return;
     }
-    if (!openPacketContext(parameters, intfId, second)) {
+    const Ptr<MrpTxPacketContext> context = openPacketContext(parameters, intfId, second);
+    if (!context) {
         return;
+    }
+    if (parameters.attributeEvent < AttributeEvent::leaveAll) {  // which the vector counts
+        ++context->events().values[parameters.attributeEvent];
     }
     switch (application_) {
     case MrpApplication::msrp:

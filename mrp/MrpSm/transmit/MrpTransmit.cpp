@@ -79,7 +79,13 @@ void MrpSm::mrpTransmitTxPacket(IntfId intfId, bool second) {
     }
     MRP_TRACE(8, "A pkt is sent on :" << intfId.name());
     deleteContext();  // first, so that whatever the send does finds the packet gone
-    pam->txPkt(context->pkt());
+    MrpPortCounters& counters = portCounters_[intfId];
+    if (pam->txPkt(context->pkt())) {
+        ++counters.pdusOut;
+        counters.eventsOut.add(context->events());
+    } else {
+        ++counters.sendFailures;
+    }
 }
 
 void MrpSm::mrpTransmitTxAttributes(IntfId intfId) {

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "mrp/MrpSm/types/MrpEnums.h"
+#include "mrp/MrpSm/types/MrpPortCounters.h"
 #include "mrp/MrpSm/types/PlatformNames.h"
 #include "platform/base/Assert.h"
 #include "platform/base/IntfId.h"
@@ -42,6 +43,8 @@ class MrpTxPacketContext final : public RefCounted {
     // The type of the last event appended; 0 before the first.
     AttributeType lastAttributeType() const { return lastAttributeType_; }
     void lastAttributeTypeIs(AttributeType type) { lastAttributeType_ = type; }
+    // What has been appended.
+    MrpPortCounters::Events& events() { return events_; }
 
   private:
     IntfId intfId_;
@@ -49,6 +52,7 @@ class MrpTxPacketContext final : public RefCounted {
     std::optional<std::size_t> curMessage_;
     std::optional<std::size_t> curVector_;
     AttributeType lastAttributeType_ = 0;
+    MrpPortCounters::Events events_;
 };
 
 }  // namespace Mrp
