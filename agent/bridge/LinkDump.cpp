@@ -18,8 +18,6 @@ constexpr int attempts = 100;                 // of readings that are disturbed
 void LinkDump::begin() {
     table_.clear();
     disturbed_ = false;
-    // First the longer answer: a port's VLANs come in one piece, which the kernel does not make any
-    // larger than what it has seen this socket read.
     family_ = AF_UNSPEC;
     socket_.sendLinkDump(family_);
 }

@@ -19,8 +19,8 @@ namespace {
 using Platform::Linux::checked;
 using Platform::Linux::FileDescriptor;
 
-// The kernel makes the pieces of its answer as large as the buffers it has seen so far, up to 32
-// KiB; one that knows all VLANs of a port needs several.
+// A dump comes in pieces, each as large as the buffers that the kernel has seen the socket read
+// with, up to 32 KiB.
 constexpr std::size_t bufferOctets = 65536;
 
 std::system_error kernelError(int error, const char* step) {
@@ -28,6 +28,16 @@ std::system_error kernelError(int error, const char* step) {
 }
 
 }  // namespace
+
+nlmsghdr* putLinkHeader(void* buffer, int type, int flags, std::uint8_t family, int index) {
+    nlmsghdr* message = mnl_nlmsg_put_header(buffer);
+    message->nlmsg_type = static_cast<std::uint16_t>(type);
+    message->nlmsg_flags = static_cast<std::uint16_t>(flags | NLM_F_REQUEST);
+    auto* header = static_cast<ifinfomsg*>(mnl_nlmsg_put_extra_header(message, sizeof(ifinfomsg)));
+    header->ifi_family = family;
+    header->ifi_index = index;
+    return message;
+}
 
 RouteSocket::RouteSocket()
     : fd_(checked(::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE),
@@ -37,6 +47,16 @@ RouteSocket::RouteSocket()
     const int on = 1;
     checked(::setsockopt(fd_.get(), SOL_NETLINK, NETLINK_CAP_ACK, &on, sizeof(on)),
             "setting up a netlink socket");
+    askForOneLink();
+}
+
+// Reads something with the large buffer before the first dump: else that one comes in pieces of a
+// page, and the kernel refuses it when a port has more VLANs than one holds.
+void RouteSocket::askForOneLink() {
+    constexpr int loopback = 1;  // there in every namespace
+    alignas(nlmsghdr) std::array<char, 64> buffer{};
+    send(*putLinkHeader(buffer.data(), RTM_GETLINK, NLM_F_ACK, AF_UNSPEC, loopback));
+    receive([](const nlmsghdr&) {});
 }
 
 void RouteSocket::send(nlmsghdr& message) {
@@ -51,11 +71,7 @@ void RouteSocket::send(nlmsghdr& message) {
 
 void RouteSocket::sendLinkDump(std::uint8_t family) {
     alignas(nlmsghdr) std::array<char, 128> buffer{};
-    nlmsghdr* message = mnl_nlmsg_put_header(buffer.data());
-    message->nlmsg_type = RTM_GETLINK;
-    message->nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-    auto* header = static_cast<ifinfomsg*>(mnl_nlmsg_put_extra_header(message, sizeof(ifinfomsg)));
-    header->ifi_family = family;
+    nlmsghdr* message = putLinkHeader(buffer.data(), RTM_GETLINK, NLM_F_DUMP, family, 0);
     mnl_attr_put_u32(message, IFLA_EXT_MASK,
                      family == AF_BRIDGE ? RTEXT_FILTER_BRVLAN_COMPRESSED
                                          : RTEXT_FILTER_SKIP_STATS);

@@ -11,6 +11,9 @@
 
 namespace MrpAgent {
 
+// Begins a message about a link in the buffer: one of that type, with the flags and NLM_F_REQUEST.
+nlmsghdr* putLinkHeader(void* buffer, int type, int flags, std::uint8_t family, int index);
+
 // A socket on which the kernel's rtnetlink is asked, one question at a time, without blocking. It
 // is of the network namespace that the thread is in that makes it.
 class RouteSocket final {
@@ -39,6 +42,7 @@ class RouteSocket final {
     bool wait(Platform::Seconds span) const;
 
   private:
+    void askForOneLink();
     bool handleMessage(const nlmsghdr& message, const Take& take);
 
     Platform::Linux::FileDescriptor fd_;
