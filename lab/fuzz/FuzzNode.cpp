@@ -114,7 +114,7 @@ void FuzzNode::pass(Seconds time) {
     manager_.runUntil(std::min(now() + time, lifetime));
 }
 
-void FuzzNode::rest() {
+void FuzzNode::rest(Seconds time) {
     constexpr Seconds leaveAllTime = 0.9;
     if (log_) {
         log_->clogged = false;
@@ -131,7 +131,7 @@ void FuzzNode::rest() {
     config_->leaveTimeIs(0.6);
     config_->txLeaveAllExpiryTimeIs(0.6);
     config_->leaveAllTimeIs(leaveAllTime);
-    manager_.runUntil(now() + 6);
+    manager_.runUntil(now() + time);
 }
 
 void FuzzNode::roleIs(IntfId intfId, const char* msti, int role) {

@@ -60,9 +60,9 @@ class FuzzNode {
 
     // Time passes. Ends by itself after a minute in all.
     void pass(Platform::Seconds time);
-    // Six seconds pass in which nothing happens, after what waits in the sockets has been read:
-    // more than a LeaveAll period, a leave time and the reviews behind them, which are set short.
-    void rest();
+    // Time passes in which nothing happens, after what waits in the sockets has been read: with a
+    // LeaveAll period and a leave time that are set short.
+    void rest(Platform::Seconds time);
     bool spent() const { return manager_.clock().now() >= lifetime; }
     Platform::Seconds now() const { return manager_.clock().now(); }
 

@@ -187,9 +187,24 @@ void checkForgotten(MrpSm& mrpSm, IntfId intfId) {
     }
 }
 
-void checkAtRest(MrpSm& mrpSm) {
-    if (!mrpSm.addPendingAttr().empty() || !mrpSm.deletePendingAttr().empty()) {
-        MrpFuzz::broken("a change stays pending");
+std::set<MrpAttribute> leaving(const MrpSm& mrpSm) {
+    std::set<MrpAttribute> attributes;
+    forEachRecord(mrpSm, [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
+        if (record.registrarState() == MrpRegistrarState::LV) {
+            attributes.insert(attribute);
+        }
+    });
+    return attributes;
+}
+
+void checkAtRest(MrpSm& mrpSm, const std::set<MrpAttribute>& left) {
+    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
+        broken("an addition stays pending", attribute);
+    }
+    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
+        if (!left.contains(attribute)) {
+            broken("a deletion stays pending", attribute);
+        }
     }
     forEachRecord(mrpSm, [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
         const bool hasLeaveAll = mrpSm.pamCollection()->has(attribute.intfId) &&

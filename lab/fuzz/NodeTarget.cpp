@@ -5,6 +5,15 @@
 #include "platform/base/Environment.h"
 #include "platform/log/Log.h"
 
+namespace {
+
+// More than a LeaveAll period at rest, a leave time and the reviews behind them.
+constexpr Platform::Seconds restTime = 5;
+// What is pending has been reviewed after so long.
+constexpr Platform::Seconds reviewTime = 1;
+
+}  // namespace
+
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // Messages are written, but to nobody.
     Platform::logSinkIs([](const Platform::LogHandle&, const std::string&) {});
@@ -25,10 +34,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         steps.step();
         check();
     }
-    steps.rest();
+    steps.rest(restTime);
     check();
     if (node.mrpSm().active()) {
-        MrpFuzz::checkAtRest(node.mrpSm());
+        const auto left = MrpFuzz::leaving(node.mrpSm());
+        steps.rest(reviewTime);
+        check();
+        MrpFuzz::checkAtRest(node.mrpSm(), left);
     }
     return 0;
 }

@@ -80,9 +80,9 @@ void Steps::step() {
 }
 
 // With short times, and nothing left in the sockets.
-void Steps::rest() {
+void Steps::rest(Seconds time) {
     reactions_ = 0;
-    node_.rest();
+    node_.rest(time);
 }
 
 // --- Time ---

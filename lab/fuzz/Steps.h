@@ -19,8 +19,8 @@ class Steps {
     // Takes one step, and checks what holds behind it and not behind every one.
     void step();
 
-    // Nothing happens any more, for as long as checkAtRest asks.
-    void rest();
+    // Nothing happens any more, for so long.
+    void rest(Platform::Seconds time);
 
     FuzzNode& node() { return node_; }
     // False once an indication has changed a port's role (the end of a leave then takes those along
