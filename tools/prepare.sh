@@ -3,7 +3,7 @@
 # of the tree.
 
 buildPackages=(g++ cmake ninja-build libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libpcap-dev
-    libgtest-dev libgmock-dev libbenchmark-dev)
+    libgtest-dev libgmock-dev libbenchmark-dev libmnl-dev pkg-config)
 
 fail() {
     echo "$(basename "$0"): $*" >&2
