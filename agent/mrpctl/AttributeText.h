@@ -10,7 +10,7 @@ namespace MrpCtl {
 // have it by name have in their "key".
 std::string attributeName(const Json& row);
 
-// In rows of `watch` the member "event" may be the row's own and not the listener's.
+// The member "event" is a listener's, but in rows of `watch` it may be the row's own.
 enum class Details { withEvent, withoutEvent };
 
 // What else is in the attribute's value: "vlanId=2 priority=3"; noValue when that is nothing.

@@ -8,6 +8,9 @@ namespace MrpCtl {
 
 namespace {
 
+constexpr auto changed = "changed";
+constexpr auto removed = "removed";
+
 std::string portText(const Json& row) {
     const Json& link = memberOf(row, "link");
     const std::string linkText = link.is_boolean() ? (link.get<bool>() ? "up" : "down") : noValue;
@@ -15,15 +18,18 @@ std::string portText(const Json& row) {
            " nativeVlan=" + cellOf(row, "nativeVlan");
 }
 
+// A listener's row has the event of its value where others say that they have changed.
 std::string attributeText(const Json& row) {
-    std::string text = cellOf(row, "application") + ' ' + cellOf(row, "port") + ' ' +
-                       cellOf(row, "attributeType") + ' ' + attributeName(row);
-    if (memberOf(row, "event") == "removed") {
-        return text;
+    const std::string event = cellOf(row, "event");
+    const std::string name = cellOf(row, "application") + ' ' + cellOf(row, "port") + ' ' +
+                             cellOf(row, "attributeType") + ' ' + attributeName(row);
+    if (event == removed) {
+        return event + ' ' + name;
     }
-    text += ' ' + cellOf(row, "applicant") + ' ' + cellOf(row, "registrar");
-    const std::string details = attributeDetails(row, Details::withoutEvent);
-    return details == noValue ? text : text + ' ' + details;
+    const auto which = event == changed ? Details::withoutEvent : Details::withEvent;
+    const std::string details = attributeDetails(row, which);
+    return changed + (' ' + name) + ' ' + cellOf(row, "applicant") + ' ' +
+           cellOf(row, "registrar") + (details == noValue ? "" : ' ' + details);
 }
 
 }  // namespace
@@ -37,15 +43,15 @@ void printTable(std::ostream& out, const std::string& table, const std::vector<J
 }
 
 std::string watchLine(const Json& row) {
-    const Json& event = memberOf(row, "event");
-    const std::string begin = cellOf(row, "time") + ' ' + cellText(event) + ' ';
+    const std::string time = cellOf(row, "time") + ' ';
+    const std::string event = cellOf(row, "event");
     if (event == "lost") {
-        return begin + cellOf(row, "rows") + " rows";
+        return time + event + ' ' + cellOf(row, "rows") + " rows";
     }
     if (event == "portRemoved") {
-        return begin + cellOf(row, "port");
+        return time + event + ' ' + cellOf(row, "port");
     }
-    return begin + (event == "port" ? portText(row) : attributeText(row));
+    return time + (event == "port" ? event + ' ' + portText(row) : attributeText(row));
 }
 
 }  // namespace MrpCtl
