@@ -15,10 +15,9 @@ socklen_t addressOf(const std::string& text, sockaddr_un& address) {
     if (unixAddressOf(text, address) != 0) {
         return 0;
     }
-    if (text.front() != '@') {
-        return sizeof(address);
+    if (text.front() == '@') {
+        address.sun_path[0] = '\0';
     }
-    address.sun_path[0] = '\0';
     return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + text.size());
 }
 

@@ -32,13 +32,13 @@ class SocketStandIn {
         sockaddr_un address{};
         Linux::unixAddressOf(name, address);
         ::unlink(name.c_str());
-        auto octets = static_cast<socklen_t>(sizeof(address));
         if (name.front() == '@') {
             address.sun_path[0] = '\0';
-            octets = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
         }
-        const auto* general = reinterpret_cast<const sockaddr*>(&address);
-        Linux::checked(::bind(socket_.get(), general, octets), name);
+        Linux::checked(
+            ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address),
+                   static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size())),
+            name);
     }
     ~SocketStandIn() { ::unlink(name.c_str()); }
 
