@@ -90,6 +90,7 @@ class StandIn {
         ::unlink(socketPath().c_str());
     }
 
+    // All that it was told.
     std::string request() {
         thread_.join();
         return request_;
@@ -115,6 +116,7 @@ class StandIn {
         std::this_thread::sleep_for(script_.thinks);
         say(client, script_.answer);
         for (char octet = 0; script_.stays && ::read(client.get(), &octet, 1) == 1;) {
+            request_ += octet;
         }
     }
 
@@ -430,7 +432,9 @@ TEST(Mrpctl, anOutputThatIsGoneEndsItQuietlyAFullOneDoesNot) {
     }
     EXPECT_EQ(answered("show log >/dev/full", {okEnd}),
               "mrpctl: standard output: No space left on device\nstatus 2\n");
-    EXPECT_EQ(answered("show log >&-", {okEnd}), "status 0\n");
+    StandIn agent({okEnd, good, true});
+    EXPECT_EQ(outputOf(mrpctl("show log >&-")), "status 0\n");
+    EXPECT_EQ(agent.request(), "{\"request\":\"show\",\"what\":\"log\"}\n");  // no table
 }
 
 }  // namespace
