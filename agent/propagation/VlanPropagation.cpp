@@ -16,11 +16,12 @@ using namespace Mrp;
 
 namespace {
 
-// What is requested in a turn of the loop before others have theirs, and the pause in which they
-// do. The next turn is not posted: the loop runs all that is posted, and every alarm that is due by
-// then, before it looks at its descriptors. So the pause is longer than a turn takes.
+// What is requested in a turn of the loop, a few milliseconds of an engine's work, and the pause in
+// which others have theirs. The next turn is not posted: the loop runs all that is posted, and
+// every alarm that is due by then, before it looks at its descriptors. So the pause is longer than
+// a turn.
 constexpr std::size_t requestsATurn = 4096;
-constexpr Seconds turnPause = 0.01;
+constexpr Seconds turnPause = 0.02;
 
 bool isVlan(AttributeKey key) {
     return key >= VlanId::min && key <= VlanId::max;
