@@ -12,7 +12,17 @@ extern TraceSource mrpSmTrace;
 
 }  // namespace Mrp
 
+// A build with the option MRP_WITHOUT_TRACES compiles the messages and runs none of them.
+#ifdef MRP_WITHOUT_TRACES
+#define MRP_TRACE(level, message)                                                                  \
+    do {                                                                                           \
+        if constexpr (false) {                                                                     \
+            PLATFORM_TRACE(::Mrp::mrpSmTrace, level, message);                                     \
+        }                                                                                          \
+    } while (false)
+#else
 #define MRP_TRACE(level, message) PLATFORM_TRACE(::Mrp::mrpSmTrace, level, message)
+#endif
 
 // The trace with which a handler begins.
 #define MRP_TRACE_HANDLER() MRP_TRACE(8, __PRETTY_FUNCTION__)
