@@ -11,7 +11,9 @@ using namespace Platform;
 
 void ConfigErrors::add(std::size_t line, const std::string& key, const std::string& fault) {
     std::string text = fileName_;
-    text += line > 0 ? ":" + std::to_string(line) + ": " : ": ";
+    if (!text.empty()) {
+        text += line > 0 ? ":" + std::to_string(line) + ": " : ": ";
+    }
     text += key.empty() ? fault : key + ": " + fault;
     errors_.emplace_back(line, std::move(text));
 }
@@ -143,12 +145,10 @@ ConfigTable::texts(std::string_view key, const std::string& expected, Presence p
                            return std::nullopt;
                        }
                        std::vector<LocatedText> result;
+                       std::set<std::string> seen;
                        for (const toml::node& element : *array) {
                            const auto text = element.value_exact<std::string>();
-                           const bool twice =
-                               text && std::any_of(result.begin(), result.end(),
-                                                   [&](const auto& r) { return r.text == *text; });
-                           if (!text || text->empty() || twice) {
+                           if (!text || text->empty() || !seen.insert(*text).second) {
                                return std::nullopt;
                            }
                            result.push_back({*text, lineOf(element)});

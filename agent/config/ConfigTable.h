@@ -16,7 +16,8 @@
 
 namespace MrpAgent {
 
-// The faults found in one file, in words for the user, each with its place.
+// The faults found in one file, in words for the user, each with its place. Without a file's name
+// they have the key's name alone.
 class ConfigErrors {
   public:
     explicit ConfigErrors(std::string fileName) : fileName_(std::move(fileName)) {}

@@ -48,17 +48,26 @@ std::optional<std::pair<std::uint16_t, std::uint16_t>> vlanRangeOf(const toml::n
 }  // namespace
 
 void DeclarationReader::read() {
-    const std::pair<const char*, void (DeclarationReader::*)(ConfigTable&)> readers[] = {
-        {"vlans", &DeclarationReader::readVlans},
-        {"talkerAdvertise", &DeclarationReader::readTalkerAdvertise},
-        {"talkerFailed", &DeclarationReader::readTalkerFailed},
-        {"listener", &DeclarationReader::readListener},
-        {"domain", &DeclarationReader::readDomain},
-    };
+    readTables({{"vlans", &DeclarationReader::readVlans},
+                {"talkerAdvertise", &DeclarationReader::readTalkerAdvertise},
+                {"talkerFailed", &DeclarationReader::readTalkerFailed},
+                {"listener", &DeclarationReader::readListener},
+                {"domain", &DeclarationReader::readDomain}});
+}
+
+void DeclarationReader::readWithdrawals() {
+    readTables({{"vlans", &DeclarationReader::withdrawVlans},
+                {"streams", &DeclarationReader::withdrawStream},
+                {"domain", &DeclarationReader::withdrawDomain}});
+}
+
+void DeclarationReader::readTables(std::initializer_list<std::pair<const char*, Read>> readers) {
     for (const auto& [key, reader] : readers) {
         for (ConfigTable& table : root_.tables(key)) {
-            (this->*reader)(table);
-            table.finish();
+            if (count_ <= limit_) {
+                (this->*reader)(table);
+                table.finish();
+            }
         }
     }
 }
@@ -66,7 +75,6 @@ void DeclarationReader::read() {
 Declaration DeclarationReader::scopeOf(ConfigTable& table, MrpApplication application) const {
     Declaration scope;
     scope.application = application;
-    scope.newEvent = table.flag("new").value_or(false);
     scope.interfaces = config_.interfaces;
     const std::string expected = "a list of names out of the agent's interfaces";
     if (const auto names = table.texts("interfaces", expected, Presence::optional)) {
@@ -88,25 +96,61 @@ Declaration DeclarationReader::scopeOf(ConfigTable& table, MrpApplication applic
     return scope;
 }
 
-void DeclarationReader::add(Declaration scope, AttributeType attributeType,
+Declaration DeclarationReader::newScopeOf(ConfigTable& table, MrpApplication application) const {
+    Declaration scope = scopeOf(table, application);
+    scope.newEvent = table.flag("new").value_or(false);
+    return scope;
+}
+
+bool DeclarationReader::add(Declaration scope, AttributeType attributeType,
                             const MrpValueImage& image, ConfigTable& table) {
     const auto octets = image.octets(attributeType, scope.application);
     scope.attributeType = attributeType;
     scope.key = image.key(attributeType, scope.application);
     scope.value.assign(octets.begin(), octets.end());
-    for (const std::string& name : scope.interfaces) {
-        if (!declared_.emplace(name, scope.application, attributeType, scope.key).second) {
-            table.errorIs(table.line(), "",
-                          "expected an attribute that is not declared before on \"" + name + "\"");
-        }
+    count_ += std::max<std::size_t>(scope.interfaces.size(), 1);
+    if (count_ > limit_) {
+        table.errorIs(table.line(), "",
+                      "expected no more than " + std::to_string(limit_) + " attributes");
+        return false;
     }
-    config_.declarations.push_back(std::move(scope));
+    auto& names = declared_[{scope.application, attributeType, scope.key}];
+    const auto declare = [&](const std::string& name) {
+        const bool before = names.contains("") || (name.empty() && !names.empty());
+        if (before || !names.insert(name).second) {
+            table.errorIs(table.line(), "",
+                          "expected an attribute that is not declared before" +
+                              (name.empty() ? "" : " on \"" + name + "\""));
+            return false;
+        }
+        return true;
+    };
+    const bool added = scope.interfaces.empty()
+                           ? declare("")
+                           : std::all_of(scope.interfaces.begin(), scope.interfaces.end(), declare);
+    if (added) {
+        config_.declarations.push_back(std::move(scope));
+    }
+    return added;
 }
 
 void DeclarationReader::readVlans(ConfigTable& table) {
+    Declaration scope = newScopeOf(table, MrpApplication::mvrp);
+    const std::string expected = "\"normal\", \"fixed\" or \"forbidden\"";
+    const auto registration = table.text("registration", expected, Presence::optional);
+    if (registration == "fixed") {
+        scope.registration = Registration::fixed;
+    } else if (registration == "forbidden") {
+        scope.registration = Registration::forbidden;
+    } else if (registration && registration != "normal") {
+        table.errorIs(table.lineOf("registration"), "registration", "expected " + expected);
+    }
+    readVlanIds(table, scope);
+}
+
+void DeclarationReader::readVlanIds(ConfigTable& table, const Declaration& scope) {
     const std::string expected =
         "VLANs from 1 to 4094: a number, a range like \"100-110\", or a list of these";
-    const Declaration scope = scopeOf(table, MrpApplication::mvrp);
     std::set<std::uint16_t> vlans;  // a list may name one twice, by itself and in a range
     for (const toml::node* node : table.elements("ids", expected, Presence::required)) {
         const auto range = vlanRangeOf(*node);
@@ -121,7 +165,9 @@ void DeclarationReader::readVlans(ConfigTable& table) {
     for (const std::uint16_t vlan : vlans) {
         MrpValueImage image;
         image.vlan.vlanId = vlan;
-        add(scope, vlanType, image, table);
+        if (!add(scope, vlanType, image, table)) {
+            return;  // one fault a table will do
+        }
     }
 }
 
@@ -144,7 +190,7 @@ MsrpTalkerAdvertiseAttribute DeclarationReader::talkerOf(ConfigTable& table) con
 void DeclarationReader::readTalkerAdvertise(ConfigTable& table) {
     MrpValueImage image;
     image.talkerAdvertise = talkerOf(table);
-    add(scopeOf(table, MrpApplication::msrp), talkerAdvertiseType, image, table);
+    add(newScopeOf(table, MrpApplication::msrp), talkerAdvertiseType, image, table);
 }
 
 void DeclarationReader::readTalkerFailed(ConfigTable& table) {
@@ -153,7 +199,7 @@ void DeclarationReader::readTalkerFailed(ConfigTable& table) {
     FailureInformation& failure = image.talkerFailed.failureInformation;
     failure.bridgeId = table.id("bridgeId", Presence::required).value_or(0);
     failure.failureCode = required<std::uint8_t>(table, "failureCode", 1, maxOctet);
-    add(scopeOf(table, MrpApplication::msrp), talkerFailedType, image, table);
+    add(newScopeOf(table, MrpApplication::msrp), talkerFailedType, image, table);
 }
 
 void DeclarationReader::readListener(ConfigTable& table) {
@@ -172,7 +218,7 @@ void DeclarationReader::readListener(ConfigTable& table) {
             table.errorIs(table.lineOf("event"), "event", "expected " + expected);
         }
     }
-    add(scopeOf(table, MrpApplication::msrp), listenerType, image, table);
+    add(newScopeOf(table, MrpApplication::msrp), listenerType, image, table);
 }
 
 void DeclarationReader::readDomain(ConfigTable& table) {
@@ -181,6 +227,28 @@ void DeclarationReader::readDomain(ConfigTable& table) {
     image.domain.srClassPriority = required<std::uint8_t>(table, "srClassPriority", 0, maxPriority);
     image.domain.srClassVID =
         required<std::uint16_t>(table, "srClassVID", VlanId::min, VlanId::max);
+    add(newScopeOf(table, MrpApplication::msrp), domainType, image, table);
+}
+
+void DeclarationReader::withdrawVlans(ConfigTable& table) {
+    readVlanIds(table, scopeOf(table, MrpApplication::mvrp));
+}
+
+void DeclarationReader::withdrawStream(ConfigTable& table) {
+    const Declaration scope = scopeOf(table, MrpApplication::msrp);
+    const std::uint64_t streamId = table.id("streamId", Presence::required).value_or(0);
+    MrpValueImage image;
+    image.talkerAdvertise.streamId = streamId;
+    image.talkerFailed.talkerAdvertiseAttribute.streamId = streamId;
+    image.listener.streamId = streamId;
+    add(scope, talkerAdvertiseType, image, table);
+    add(scope, talkerFailedType, image, table);
+    add(scope, listenerType, image, table);
+}
+
+void DeclarationReader::withdrawDomain(ConfigTable& table) {
+    MrpValueImage image;
+    image.domain.srClassId = required<std::uint8_t>(table, "srClassId", 0, maxOctet);
     add(scopeOf(table, MrpApplication::msrp), domainType, image, table);
 }
 

@@ -32,6 +32,8 @@ class ControlServer final {
         std::string program = "mrp-agent";
         std::string version = "0.1.0";
         WallClock wallClock = std::chrono::system_clock::now;
+        // How long a client may take nothing of what waits for it.
+        Platform::Seconds patience = 30;
     };
 
     static constexpr std::size_t clientLimit = 128;
@@ -58,6 +60,7 @@ class ControlServer final {
     void refuse(const Platform::Linux::FileDescriptor& socket);
     Json greeting() const;
 
+    ControlNode& node_;
     Platform::Linux::EpollActivityManager& activityManager_;
     Parameters parameters_;
     AttributeAges ages_;
