@@ -53,6 +53,8 @@ TEST(ConfigReader, aValueIsCheckedByItself) {
         {"accumulatedLatency = 4294967296", ":9: talkerAdvertise.accumulatedLatency: expected"},
         {"interfaces = [\"eth3\"]", ":9: talkerAdvertise.interfaces: expected a list of names out"},
         {"new = 1", ":9: talkerAdvertise.new: expected true or false"},
+        {"[[vlans]]\nids = 5\nregistration = \"fix\"",
+         ":11: vlans.registration: expected \"normal\", \"fixed\" or \"forbidden\""},
         {"speed = 1", ":9: talkerAdvertise.speed: unknown key"},
         {"[[listener]]\nstreamId = \"02:00:00:00:00:aa:00\"\nevent = \"ready\"",
          ":10: listener.streamId: expected eight octets"},
@@ -87,6 +89,19 @@ TEST(ConfigReader, readsVlansAndRanges) {
                     ElementsAre(HasSubstr(":3: vlans.ids: expected VLANs from 1 to 4094")))
             << wrong;
     }
+}
+
+TEST(ConfigReader, readsHowAVlanIsRegistered) {
+    const auto [config, errors] = readConfig(
+        head + "vlans = [{ids = 1, registration = 'normal'}, {ids = 2, registration = 'fixed'},"
+               "{ids = 3, registration = 'forbidden', interfaces = ['eth2']}]\n",
+        "agent.toml");
+    EXPECT_THAT(errors, ElementsAre());
+    const auto is = [](Registration registration) {
+        return testing::Field(&Declaration::registration, registration);
+    };
+    EXPECT_THAT(config.declarations, ElementsAre(is(Registration::normal), is(Registration::fixed),
+                                                 is(Registration::forbidden)));
 }
 
 TEST(ConfigReader, readsTheExampleWithAllItsFields) {

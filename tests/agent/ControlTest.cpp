@@ -1,0 +1,337 @@
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <ctime>
+
+#include "ControlFixture.h"
+#include "platform/virtual/VirtualActivityManager.h"
+
+namespace MrpAgent {
+namespace {
+
+using testing::HasSubstr;
+
+const std::string ok = "{\"ok\":true}\n";
+
+TEST_F(Control, showsTablesByFilters) {
+    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
+    record(0, "eth2", vlanType, 10, MrpRegistrarState::MT);
+    record(0, "eth2", vlanType, 11, MrpRegistrarState::LV);
+    record(1, "eth2", listenerType, 7, MrpRegistrarState::IN);
+    record(1, "eth1", talkerAdvertiseType, 7, MrpRegistrarState::MT);
+    record(1, "eth1", talkerFailedType, 9, MrpRegistrarState::MT);
+    const std::vector<std::uint8_t> vlan12{0, 12};
+    node.instances_[0]->request(IntfId("eth1"), vlanType, AttributeEvent::joinIn, vlan12);
+
+    const auto keys = [this](const std::string& filters) {
+        Client client(path);
+        EXPECT_TRUE(soon(client, [&] { return !client.lines.empty(); }));
+        std::string text;
+        for (const Json& line : ask(client, show("\"attributes\"" + filters))) {
+            if (line.contains("row")) {
+                const Json& row = line["row"];
+                text += row["port"].get<std::string>() + "/" + row["key"].dump() + " ";
+            }
+        }
+        return text;
+    };
+    EXPECT_EQ(keys(""), "eth1/10 eth1/12 eth2/10 eth2/11 eth1/7 eth1/9 eth2/7 ");
+    EXPECT_EQ(keys(R"(, "application": "msrp", "port": ["eth1", "eth9"])"), "eth1/7 eth1/9 ");
+    EXPECT_EQ(keys(R"(, "vlan": ["1-10", "12,4094"], "state": "registered")"), "eth1/10 ");
+    EXPECT_EQ(keys(R"(, "stream": "00:00:00:00:00:00:00:07")"), "eth1/7 eth2/7 ");
+    EXPECT_EQ(keys(R"(, "type": ["listener", "talkerFailed"])"), "eth1/9 eth2/7 ");
+    EXPECT_EQ(keys(R"(, "state": ["declared", "LV"])"), "eth1/12 eth2/11 ");
+
+    EXPECT_EQ(rows(show(R"("vlans", "vlan": "10-11")")),
+              R"({"vlan":10,"registered":["eth1"],"fixed":[],"forbidden":[],"configured":[],)"
+              R"("declared":[]})"
+              "\n"
+              R"({"vlan":11,"registered":["eth2"],"fixed":[],"forbidden":[],"configured":[],)"
+              R"("declared":[]})"
+              "\n" +
+                  ok);
+    const std::string streams = rows(show(R"("streams")"));
+    EXPECT_THAT(streams, HasSubstr(R"({"streamId":"00:00:00:00:00:00:00:07","talkers":[{"port":)"
+                                   R"("eth1","attributeType":"talkerAdvertise","applicant":"VO",)"
+                                   R"("registrar":"MT","age":0.)"));
+    EXPECT_THAT(streams, HasSubstr(R"("listeners":[{"port":"eth2","event":"ignore","applicant":)"
+                                   R"("VO","registrar":"IN","age":0.)"));
+    EXPECT_THAT(streams, HasSubstr(R"({"streamId":"00:00:00:00:00:00:00:09")"));
+    const std::string ports = rows(show(R"("ports", "port": "eth2")"));
+    EXPECT_THAT(ports, HasSubstr(R"({"port":"eth2","link":true,"state":"forwarding","role":2,)"
+                                 R"("forwarding":true,"mac":"00:00:00:00:00:01","mtu":1500,)"
+                                 R"("nativeVlan":1,"applications":[{"application":"mvrp",)"
+                                 R"("packetAccess":true,"error":null,"registered":1,"declared":0},)"
+                                 R"({"application":"msrp",)"));
+    EXPECT_THAT(ports, testing::Not(HasSubstr("eth1")));
+    EXPECT_THAT(rows(show(R"("timers", "application": "mvrp", "port": "eth1")")),
+                HasSubstr(R"({"application":"mvrp","port":"eth1","timer":"leaveAll",)"
+                          R"("attributeType":"vlanVector","due":1)"));
+    EXPECT_THAT(rows(show(R"("agent")")), HasSubstr(R"({"role":"active","control":{"clients":)"));
+    EXPECT_EQ(rows(R"({"request": "doctor"})"),
+              "{\"severity\":\"warning\",\"text\":\"no bridge\",\"advice\":null}\n" + ok);
+    node.instances_[0]->mrpSm().portCountersIs(IntfId("eth1")).eventsIn.values[5] = 3;
+    EXPECT_THAT(rows(show(R"("counters", "port": "eth1", "application": "mvrp")")),
+                HasSubstr(R"("Mt":0,"Lv":3,"LeaveAll":0},"eventsOut":)"));
+    EXPECT_EQ(rows(R"({"request": "clear", "what": "counters"})"), ok);
+    EXPECT_EQ(node.instances_[0]->mrpSm().portCounters().count(IntfId("eth1")) == 0
+                  ? 0
+                  : node.instances_[0]->mrpSm().portCountersIs(IntfId("eth1")).eventsIn.values[5],
+              0U);
+    log.add(6, "MRP_JOIN", "first");
+    log.add(4, "", "second");
+    EXPECT_EQ(rows(show(R"("log", "limit": 1)")),
+              R"({"time":"1970-01-01T00:01:02.003Z","severity":4,"name":null,"text":"second"})"
+              "\n" +
+                  ok);
+}
+
+TEST_F(Control, aFaultyRequestIsToldAndEndsNothing) {
+    Client client(path);
+    const std::string deep(2000, '[');
+    const std::pair<std::string, std::string> faults[] = {
+        {"", "expected a JSON object"},
+        {std::string("\0\xff\x80", 3), "expected a JSON object"},
+        {"{\"request\": \"\xff\"}", "expected a JSON object"},
+        {"{\"a\": \"\\\"[\", \"b\":" + deep, "deep nesting"},
+        {"{}", "request: expected one of: show, watch"},
+        {show("\"tables\""), "what: expected one of: agent"},
+        {show(R"("vlans", "stream": "x")"), "stream: unknown member, expected one of: id, port,"},
+        {show(R"("vlans", "vlan": "5-4")"), "vlan: expected VLANs from 1 to 4094"},
+        {show(R"("attributes", "state": "X")"), "state: expected a state"},
+        {show(R"("log", "limit": 0)"), "limit: expected a whole number"},
+        {R"({"request": "wait", "vlan": 10, "state": "IN", "timeout": -1})", "timeout: expected"},
+        {R"({"request": "wait", "state": "IN"})", "vlan: expected a VLAN or a stream"},
+        {R"({"request": "declare", "vlans": [{"ids": 5, "speed": 1}]})",
+         "vlans.speed: unknown key, expected one of: ids,"},
+        {R"({"request": "declare", "vlans": [{"ids": null}]})", "ids: expected a value"},
+        {R"({"request": "declare"})", "expected an attribute at the least"},
+        {R"({"request": "declare", "domain": [{"srClassId": 6, "srClassPriority": 3,)"
+         R"("srClassVID": 18446744073709551615}]})",
+         "domain.srClassVID: expected a whole number from 1 to 4094"},
+        {R"({"request": "declare", "vlans": [{"ids": "1-4094"}, {"ids": "1-4094"}]})",
+         "vlans: expected an attribute that is not declared before"},
+    };
+    for (const auto& [request, text] : faults) {
+        EXPECT_TRUE(soon(client, [&] { return !client.lines.empty(); }));
+        const Json end = ask(client, request).back()["end"];
+        EXPECT_EQ(end["code"], "badRequest");
+        EXPECT_THAT(end["text"].get<std::string>(), HasSubstr(text)) << request;
+    }
+    // Very many attributes at once cost no more than telling so.
+    std::string names;
+    for (int i = 0; i < 100; ++i) {
+        names += (i > 0 ? ",\"p" : "\"p") + std::to_string(i) + "\"";
+    }
+    EXPECT_THAT(
+        rows(client, R"({"request": "declare", "vlans": [{"ids": "1-4094", "interfaces": [)" +
+                         names + "]}]}"),
+        HasSubstr("expected no more than 65536 attributes"));
+    EXPECT_TRUE(node.declared.empty());
+    EXPECT_EQ(jsonLine(ask(client, R"({"id": [1], "request": "activate"})").back()),
+              R"({"id":[1],"end":{"ok":false,"code":"refused","text":"it is active"}})");
+    client.lines.clear();
+    client.send(std::string(200000, 'x'));
+    EXPECT_TRUE(soon(client, [&] { return client.gone; }));
+    EXPECT_EQ(client.lines.back()["end"]["code"], "tooLong");
+}
+
+TEST_F(Control, declaresAndWithdrawsByTheRulesOfTheConfiguration) {
+    EXPECT_EQ(
+        rows(R"({"request": "declare", "vlans": [{"ids": ["9-10", 12], "interfaces": ["eth1"],)"
+             R"("registration": "fixed"}], "listener": [{"streamId": 7, "event": "ready"}]})"),
+        ok);
+    ASSERT_EQ(node.declared.size(), 4U);
+    EXPECT_EQ(node.declared[2].key, 12U);
+    EXPECT_EQ(node.declared[2].registration, Registration::fixed);
+    EXPECT_TRUE(node.declared[3].interfaces.empty());
+    const std::string stream =
+        R"({"request": "withdraw", "streams": [{"streamId": "00:00:00:00:00:00:00:07"}]})";
+    EXPECT_THAT(rows(stream), HasSubstr("stream 00:00:00:00:00:00:00:07 is not declared"));
+    ASSERT_TRUE(declare(*node.instances_[1], node.declared[3], IntfId("eth2")));
+    EXPECT_EQ(rows(stream), ok);
+    ASSERT_EQ(node.withdrawn.size(), 1U);
+    EXPECT_EQ(node.withdrawn[0].attributeType, listenerType);
+    node.obstacle = "VLAN 5 is not declared";
+    EXPECT_THAT(rows(R"({"request": "withdraw", "vlans": [{"ids": 5}]})"),
+                HasSubstr(R"("code":"refused","text":"VLAN 5 is not declared")"));
+    Client reader(path + "-ro");
+    ASSERT_TRUE(soon(reader, [&] { return reader.lines.size() == 1; }));
+    EXPECT_EQ(reader.lines[0]["access"], "readOnly");
+    for (const char* request : {"declare", "withdraw", "clear", "activate"}) {
+        EXPECT_EQ(ask(reader, R"({"request": ")" + std::string(request) + "\"}")[0]["end"]["code"],
+                  "readOnly");
+    }
+}
+
+TEST_F(Control, watchesUntilItIsEnough) {
+    Client client(path);
+    client.send(R"({"id": 1, "request": "watch", "vlan": "10", "limit": 2})"
+                "\n");
+    ASSERT_TRUE(soon(client, [&] { return server->status()["requests"] == 1; }));
+    manager.runFor(0);
+    record(0, "eth1", vlanType, 11, MrpRegistrarState::IN);
+    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
+    node.portsChanged_.notify();
+    node.instances_[0]
+        ->mrpSm()
+        .applicationDatabase()
+        ->attrDatabase(IntfId("eth1"))
+        ->intfTypeApplicant(vlanType)
+        ->mrpAttributeDel(10);
+    ASSERT_TRUE(soon(client, [&] { return client.ends() == 1; }));
+    EXPECT_EQ(jsonLine(client.lines[1]),
+              R"({"id":1,"row":{"time":"1970-01-01T00:00:01.500Z","event":"changed",)"
+              R"("application":"mvrp","port":"eth1","attributeType":"vlanVector","key":10,)"
+              R"("applicant":"VO","registrar":"IN","value":"000a","vlan":10}})");
+    EXPECT_EQ(jsonLine(client.lines[2]["row"]),
+              R"({"time":"1970-01-01T00:00:01.500Z","event":"removed","application":"mvrp",)"
+              R"("port":"eth1","attributeType":"vlanVector","key":10})");
+
+    client.lines.clear();
+    client.send("{\"request\": \"watch\"}\n");
+    ASSERT_TRUE(soon(client, [&] { return server->status()["requests"] == 2; }));
+    manager.runFor(0);
+    node.ports_[0].forwarding = false;
+    node.ports_.pop_back();
+    node.portsChanged_.notify();
+    ASSERT_TRUE(soon(client, [&] { return client.lines.size() == 2; }));
+    EXPECT_EQ(client.lines[0]["row"]["event"], "portRemoved");
+    EXPECT_EQ(client.lines[1]["row"]["forwarding"], false);
+    const Ptr<MrpAttrDatabase> changing = record(0, "eth1", vlanType, 20, MrpRegistrarState::IN);
+    constexpr unsigned changes = 20000;
+    for (unsigned i = 0; i < changes; ++i) {
+        changing->registrarStateIs(i % 2 == 0 ? MrpRegistrarState::LV : MrpRegistrarState::IN);
+    }
+    // What did not find room is counted, and what comes later is told again.
+    std::size_t told = 0;
+    std::size_t lost = 0;
+    client.lines.clear();
+    ASSERT_TRUE(soon(client, [&] {
+        told = lost = 0;
+        for (const Json& line : client.lines) {
+            if (line["row"]["event"] == "lost") {
+                lost += line["row"]["rows"].get<std::size_t>();
+            } else {
+                ++told;
+            }
+        }
+        return lost > 0;
+    }));
+    EXPECT_EQ(told + lost, changes + 1U);
+    EXPECT_GT(told, 4000U);
+    EXPECT_LT(told, 10000U) << "a megabyte, and what the socket holds";
+    changing->registrarStateIs(MrpRegistrarState::MT);
+    ASSERT_TRUE(soon(client, [&] { return client.lines.back()["row"]["registrar"] == "MT"; }));
+    client.lines.clear();
+    client.send(R"({"id": 2, "request": "activate"})"
+                "\n");
+    ASSERT_TRUE(soon(client, [&] { return client.ends() == 2; }));
+    EXPECT_EQ(jsonLine(client.lines[0]), R"({"id":null,"end":{"ok":true}})");
+    EXPECT_EQ(client.lines[1]["id"], 2);
+}
+
+TEST_F(Control, waitsForAState) {
+    const auto wait = [](const std::string& goal) {
+        return R"({"request": "wait", "timeout": 0.1, )" + goal + "}";
+    };
+    Client client(path);
+    client.send(wait(R"("vlan": 10, "port": "eth2", "state": "registered")") + "\n");
+    manager.runFor(0.02);
+    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
+    manager.runFor(0.02);
+    client.read();
+    EXPECT_EQ(client.ends(), 0U);
+    const auto second = record(0, "eth2", vlanType, 10, MrpRegistrarState::MT);
+    manager.runFor(0);
+    second->registrarStateIs(MrpRegistrarState::IN);
+    manager.runFor(0.02);
+    client.read();
+    ASSERT_EQ(client.ends(), 1U) << "told at once";
+    EXPECT_EQ(client.lines.back()["end"]["ok"], true);
+    EXPECT_THAT(rows(wait(R"("vlan": "10", "state": "absent")")), HasSubstr("timeout"));
+    EXPECT_EQ(rows(wait(R"("vlan": 10, "state": "absent", "port": "eth3")")), ok);
+    EXPECT_THAT(rows(wait(R"("stream": "00:00:00:00:00:00:00:07", "state": "IN")")),
+                HasSubstr("timeout"));
+}
+
+TEST_F(Control, servesMaimedAndManyClients) {
+    Client half(path);
+    half.send(show("\"log\"").substr(0, 10));
+    manager.runFor(0.01);
+    half.send(show("\"log\"").substr(10) + "\n" + show("\"log\"") + "\n{\"half");
+    ::shutdown(half.socket.get(), SHUT_WR);
+    EXPECT_TRUE(soon(half, [&] { return half.gone; }));
+    EXPECT_EQ(half.ends(), 2U);
+    EXPECT_EQ(half.lines[0]["mrpControl"], 1);
+
+    std::vector<std::unique_ptr<Client>> many;
+    for (std::size_t i = 0; i < ControlServer::clientLimit; ++i) {
+        many.push_back(std::make_unique<Client>(path));
+        many.back()->send("{\"request\": \"watch\"}\n");
+        manager.runFor(0);
+    }
+    Client late(path);
+    EXPECT_TRUE(soon(late, [&] { return late.gone; }));
+    EXPECT_EQ(late.lines[0]["end"]["code"], "busy");
+    const std::clock_t before = std::clock();
+    manager.runFor(0.05);
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 50) << "the loop spins";
+    many.resize(1);
+    EXPECT_TRUE(soon(late, [&] { return server->status()["clients"] == 1; }));
+    EXPECT_EQ(server->status()["refused"], 1);
+}
+
+TEST_F(Control, aClientThatDoesNotReadCostsOthersNothing) {
+    constexpr AttributeKey streams = 50000;
+    for (AttributeKey key = 1; key <= streams; ++key) {
+        record(1, "eth1", talkerAdvertiseType, key, MrpRegistrarState::IN);
+    }
+    Client slow(path);
+}
+
+TEST_F(Control, aClientThatTakesNothingIsGivenUp) {
+    for (AttributeKey key = 1; key <= 5000; ++key) {
+        record(1, "eth1", talkerAdvertiseType, key, MrpRegistrarState::IN);
+    }
+    ControlServer::Parameters parameters = parametersOf();
+    parameters.patience = 0.05;
+    server.reset();
+    server.emplace(node, log, manager, parameters);
+    server->listen();
+    Client slow(path);
+    slow.send(show("\"attributes\"") + "\n");
+    Client idle(path);
+    EXPECT_TRUE(soon(idle, [&] { return server->status()["clients"] == 2; }));
+    EXPECT_TRUE(soon(idle, [&] { return server->status()["clients"] == 1; }));
+    EXPECT_FALSE(idle.gone);
+}
+
+TEST(AttributeAges, knowsSinceWhenARegistrarIsInItsState) {
+    Virtual::VirtualActivityManager manager;
+    const NodeInterfaces interfaces = NodeInterfaces::make();
+    std::vector<std::unique_ptr<MrpInstance>> instances;
+    instances.push_back(
+        std::make_unique<MrpInstance>(manager, interfaces, MrpInstance::Parameters{}));
+    MrpInstance& mvrp = *instances[0];
+    const MrpAttribute attribute{IntfId("eth1"), vlanType, 10};
+    const auto records = mvrp.mrpSm()
+                             .applicationDatabase()
+                             ->attrDatabaseIs(attribute.intfId)
+                             ->intfTypeApplicantIs(vlanType);
+    const auto record = records->mrpAttributeIs(10);
+    record->applicantStateIs(MrpApplicantState::AA);
+    AttributeAges ages(manager.clock());
+    ages.instancesAre(instances);
+    record->applicantStateIs(MrpApplicantState::QA);
+    EXPECT_EQ(ages.age(mvrp, attribute), std::nullopt);
+    record->registrarStateIs(MrpRegistrarState::IN);
+    manager.runUntil(2);
+    record->applicantStateIs(MrpApplicantState::AA);
+    EXPECT_EQ(ages.age(mvrp, attribute), 2);
+    records->mrpAttributeDel(10);
+    EXPECT_EQ(ages.age(mvrp, attribute), std::nullopt);
+}
+
+}  // namespace
+}  // namespace MrpAgent
