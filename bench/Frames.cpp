@@ -24,11 +24,15 @@ void put(Frame& frame, std::uint64_t number, Width width) {
     }
 }
 
-// The packed events of one event for that many values.
-std::vector<std::uint8_t> packed(std::uint16_t values, std::uint8_t attributeEvent) {
-    std::vector<std::uint8_t> octets(threePackedBytes(values));
-    for (std::size_t n = 1; n <= values; ++n) {
-        mrpEncodeThreePackedEvent(octets.data(), attributeEvent, n);
+// The packed events of one event for that many values. Written out here: what the engine's own
+// encoder got wrong would otherwise be expected of it.
+std::vector<std::uint8_t> packed(std::uint16_t values, unsigned attributeEvent) {
+    std::vector<std::uint8_t> octets;
+    for (unsigned left = values; left > 0;) {
+        const unsigned inOctet = std::min(left, 3U);
+        octets.push_back(static_cast<std::uint8_t>(
+            attributeEvent * (36U + (inOctet > 1 ? 6U : 0U) + (inOctet > 2 ? 1U : 0U))));
+        left -= inOctet;
     }
     return octets;
 }
@@ -70,9 +74,11 @@ void putListenerVector(Frame& frame, const StreamRun& run, std::uint8_t attribut
     put(frame, run.first, Width::eight);
     const std::vector<std::uint8_t> events = packed(run.values, attributeEvent);
     frame.insert(frame.end(), events.begin(), events.end());
+    constexpr auto ready = static_cast<unsigned>(MsrpListenerEvent::ready);
     std::vector<std::uint8_t> declarations(fourPackedBytes(run.values));
-    for (std::size_t n = 1; n <= run.values; ++n) {
-        mrpEncodeFourPackedEvent(declarations.data(), MsrpListenerEvent::ready, n);
+    for (unsigned n = 0; n < run.values; ++n) {
+        declarations[n / 4] =
+            static_cast<std::uint8_t>(declarations[n / 4] | ready << (6 - 2 * (n % 4)));
     }
     frame.insert(frame.end(), declarations.begin(), declarations.end());
 }
@@ -85,10 +91,6 @@ Frame finishedMsrp(Frame frame) {
 }
 
 }  // namespace
-
-std::vector<std::uint8_t> packedJoinIn(std::uint16_t values) {
-    return packed(values, AttributeEvent::joinIn);
-}
 
 Frame fullMvrpFrame() {
     Frame frame = mvrpHead();

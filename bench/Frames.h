@@ -14,8 +14,6 @@ inline constexpr std::size_t ethHeaderOctets = 14;
 // What an Ethernet frame carries at the most.
 inline constexpr std::size_t maxPduOctets = 1500;
 
-// The packed events of JoinIn for that many values.
-std::vector<std::uint8_t> packedJoinIn(std::uint16_t values);
 // A whole MVRP frame with one vector: JoinIn for all 4094 VLANs.
 Frame fullMvrpFrame();
 // The same, with the LeaveAll event in the vector's header and another source address.

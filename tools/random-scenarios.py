@@ -70,8 +70,8 @@ class Story:
 
     def vector(self, attribute_type):
         values = self.rng.choice([0, 1, 1, 1, 2, 3, 4, 5, 7, 30])
-        if self.application == MVRP and self.one_in(12):
-            values = self.rng.choice([300, 1365, 4094])
+        if self.one_in(12):
+            values = self.rng.choice([300, 1365, 4094] if self.application == MVRP else [130, 256, 700])
         leave_all = values == 0 or self.one_in(8)
         events = self.rng.choices(range(6), weights=[2, 6, 1, 3, 1, 3], k=values)
         if self.one_in(3):
