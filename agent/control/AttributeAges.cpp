@@ -12,7 +12,7 @@ void AttributeAges::instancesAre(ControlNode::Instances instances) {
     for (const auto& instance : instances) {
         if (MrpApplicationDatabase* database = instance->mrpSm().applicationDatabase()) {
             sources_.push_back(
-                std::make_unique<Source>(Source{instance->application(), {}, Reactor()}));
+                std::make_unique<Source>(Source{instance->application(), {}, {}, Reactor()}));
             follow(*sources_.back(), *database);
         }
     }
@@ -26,23 +26,32 @@ void AttributeAges::follow(Source& source, MrpApplicationDatabase& database) {
             }
         }
     }
+    source.last = source.entries.end();
     source.reactor = database.recordChanged().react(
         [this, &source](const MrpAttribute& attribute, const MrpAttrDatabase* record) {
             // Whoever changes a record has nothing to do with those who ask for its age.
-            dispatch([&] { handleRecord(source.entries, attribute, record); });
+            dispatch([&] { handleRecord(source, attribute, record); });
         });
 }
 
-void AttributeAges::handleRecord(Entries& entries, const MrpAttribute& attribute,
+void AttributeAges::handleRecord(Source& source, const MrpAttribute& attribute,
                                  const MrpAttrDatabase* record) const {
+    auto& [application, entries, last, reactor] = source;
     if (record == nullptr) {
+        last = entries.end();
         entries.erase(attribute);
         return;
     }
+    if (last != entries.end() && last->first != attribute) {
+        ++last;
+    }
     const MrpRegistrarState state = record->registrarState();
-    const auto [entry, added] = entries.try_emplace(attribute, Entry{clock_.now(), state});
-    if (!added && entry->second.state != state) {
-        entry->second = {clock_.now(), state};
+    if (last == entries.end() || last->first != attribute) {
+        const auto [entry, added] = entries.try_emplace(attribute, Entry{clock_.now(), state});
+        last = entry;
+    }
+    if (last->second.state != state) {
+        last->second = {clock_.now(), state};
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "agent/control/ControlNode.h"
@@ -31,15 +31,18 @@ class AttributeAges final {
         Platform::Seconds since;
         Mrp::MrpRegistrarState state;
     };
-    using Entries = std::unordered_map<Mrp::MrpAttribute, Entry>;
+    using Entries = std::map<Mrp::MrpAttribute, Entry>;
     struct Source {
         Mrp::MrpApplication application;
         Entries entries;
+        // Where the last look-up ended. Records change in runs, so the next one is mostly the same
+        // or the one behind it.
+        Entries::iterator last;
         Platform::Reactor reactor;
     };
 
     void follow(Source& source, Mrp::MrpApplicationDatabase& database);
-    void handleRecord(Entries& entries, const Mrp::MrpAttribute& attribute,
+    void handleRecord(Source& source, const Mrp::MrpAttribute& attribute,
                       const Mrp::MrpAttrDatabase* record) const;
 
     Platform::Clock& clock_;
