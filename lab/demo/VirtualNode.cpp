@@ -1,8 +1,6 @@
 #include "lab/demo/VirtualNode.h"
 
-#include <algorithm>
-
-#include "platform/base/Assert.h"
+#include <utility>
 
 namespace MrpLab {
 
@@ -11,83 +9,71 @@ using namespace MrpAgent;
 
 namespace {
 
-constexpr std::size_t frameSizeLimit = 1514;  // octets, from the destination address on
+constexpr std::size_t mtu = 1500;
+constexpr std::size_t frameSizeLimit = mtu + 14;  // octets, from the destination address on
+constexpr int roleForwarding = 2;                 // as the engine counts roles
+
+// Holds the rows of an answer. It never has enough.
+class RowKeeper final : public AnswerOutput {
+  public:
+    void rowIs(const Json& row) override { rows_.push_back(row); }
+    std::size_t waiting() const override { return 0; }
+    void workSoon() override {}
+
+    VirtualNode::Rows taken() { return std::move(rows_); }
+
+  private:
+    VirtualNode::Rows rows_;
+};
 
 }  // namespace
 
-VirtualNode::VirtualNode(ActivityManager& activityManager, const AgentConfig& config,
-                         const EthAddr& addr)
-    : intfId_(config.interfaces.front()),
-      addr_(addr),
-      device_(makePtr<Virtual::VirtualEthDev>(config.interfaces.front(), activityManager)) {
-    makeInstances(activityManager, config, false);
-}
-
-VirtualNode::VirtualNode(ActivityManager& activityManager, const AgentConfig& config,
-                         const VirtualNode& active)
-    : intfId_(active.intfId_), addr_(active.addr_), device_(active.device_) {
-    makeInstances(activityManager, config, true);
-}
-
-void VirtualNode::makeInstances(ActivityManager& activityManager, const AgentConfig& config,
-                                bool standby) {
-    interfaces_.allIntfStatus->valueIs(intfId_, {frameSizeLimit});
-    interfaces_.ethPhyIntfStatus->valueIs(intfId_, {addr_});
-    interfaces_.kernelStatus->valueIs(intfId_, device_);
-    MrpInstance::Parameters parameters;
-    parameters.bridgeMac = addr_;
-    parameters.standby = standby;
-    for (const Mrp::MrpApplication application : config.applications) {
-        parameters.application = application;
-        parameters.mrpConfig = mrpConfigOf(config);
-        instances_.push_back(
-            std::make_unique<MrpInstance>(activityManager, interfaces_, parameters));
-        const bool enabled = instances_.back()->enable(intfId_);
-        require(enabled, "an interface in memory has packet access");
+VirtualNode::VirtualNode(ActivityManager& activityManager, std::string name,
+                         const std::vector<std::string>& ports, AgentConfig config,
+                         std::uint64_t addr)
+    : name_(std::move(name)),
+      node_(activityManager, std::move(config), [](const std::string&) {}),
+      ages_(activityManager.clock()),
+      requests_({node_, ages_, log_, activityManager.clock(), [] { return WallTime(); },
+                 [] { return Json(); }}) {
+    node_.run(Node::Role::active, EthAddr(addr));
+    ages_.instancesAre(node_.instances());
+    node_.spanningTreeIs(false);
+    for (const std::string& portName : ports) {
+        Port port;
+        port.device = makePtr<Virtual::VirtualEthDev>(portName, activityManager);
+        port.state = {portName, true, "forwarding", roleForwarding, true, EthAddr(addr), mtu, 0};
+        ++addr;
+        const IntfId intfId(portName);
+        node_.interfaces().allIntfStatus->valueIs(intfId, {frameSizeLimit});
+        node_.interfaces().ethPhyIntfStatus->valueIs(intfId, {port.state.addr});
+        node_.interfaces().kernelStatus->valueIs(intfId, port.device);
+        node_.portIs(port.state);
+        ports_.emplace(portName, std::move(port));
     }
 }
 
-VirtualNode::~VirtualNode() {
-    for (const auto& instance : instances_) {
-        instance->disable(intfId_);
-    }
+Virtual::VirtualEthDev& VirtualNode::device(const std::string& port) {
+    return *ports_.at(port).device;
 }
 
-MrpInstance& VirtualNode::instance(Mrp::MrpApplication application) {
-    const auto found =
-        std::find_if(instances_.begin(), instances_.end(),
-                     [&](const auto& instance) { return instance->application() == application; });
-    require(found != instances_.end(), "the node runs the applications of its declarations");
-    return **found;
+void VirtualNode::linkIs(const std::string& port, bool link) {
+    Port& changed = ports_.at(port);
+    changed.device->linkUpIs(link);
+    changed.state.link = link;
+    changed.state.forwarding = link;
+    changed.state.state = link ? "forwarding" : "disabled";
+    changed.state.role = link ? roleForwarding : 0;
+    node_.portIs(changed.state);
 }
 
-std::vector<Ptr<Mrp::MrpStatus>> VirtualNode::statuses() const {
-    std::vector<Ptr<Mrp::MrpStatus>> statuses;
-    for (const auto& instance : instances_) {
-        statuses.emplace_back(&instance->mrpStatus());
+VirtualNode::Rows VirtualNode::request(const Json& request) {
+    RowKeeper rows;
+    // There is none of what is done at once.
+    const auto answer = requests_.answer(request, ControlAccess::readWrite, rows);
+    while (answer && answer->work() == Answer::State::more) {
     }
-    return statuses;
-}
-
-void VirtualNode::becomeActive() {
-    for (const auto& instance : instances_) {
-        instance->becomeActive();
-    }
-}
-
-void VirtualNode::declareAll(const AgentConfig& config) {
-    for (const Declaration& declaration : config.declarations) {
-        declare(instance(declaration.application), declaration, intfId_);
-    }
-}
-
-void VirtualNode::withdraw(const AgentConfig& before, const AgentConfig& after) {
-    for (const Declaration& declaration : before.declarations) {
-        const auto& kept = after.declarations;
-        if (std::find(kept.begin(), kept.end(), declaration) == kept.end()) {
-            MrpAgent::withdraw(instance(declaration.application), declaration, intfId_);
-        }
-    }
+    return rows.taken();
 }
 
 }  // namespace MrpLab

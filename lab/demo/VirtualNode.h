@@ -1,50 +1,53 @@
 #pragma once
 
-#include <memory>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "agent/config/AgentConfig.h"
-#include "agent/status/StatusJson.h"
+#include "agent/control/AttributeAges.h"
+#include "agent/control/ControlRequests.h"
+#include "agent/control/LogMemory.h"
+#include "agent/node/Node.h"
 #include "platform/virtual/VirtualEthDev.h"
 
 namespace MrpLab {
 
-// A node in memory: one Ethernet interface, and an engine for each application of its
-// configuration. Works on any activity manager, which outlives it.
+// A bridge or station on Ethernet devices in memory, whose ports it keeps as mrp-agent keeps those
+// of a kernel. Works on any activity manager, which outlives it.
 class VirtualNode {
   public:
-    // `config` names the one interface.
-    VirtualNode(Platform::ActivityManager& activityManager, const MrpAgent::AgentConfig& config,
-                const Platform::EthAddr& addr);
-    // A standby of the node, on the same interface.
-    VirtualNode(Platform::ActivityManager& activityManager, const MrpAgent::AgentConfig& config,
-                const VirtualNode& active);
+    using Rows = std::vector<MrpAgent::Json>;
+
+    // With these ports, whose links are up and which forward; addresses count from `addr` on.
+    VirtualNode(Platform::ActivityManager& activityManager, std::string name,
+                const std::vector<std::string>& ports, MrpAgent::AgentConfig config,
+                std::uint64_t addr);
     VirtualNode(const VirtualNode&) = delete;
     VirtualNode& operator=(const VirtualNode&) = delete;
-    ~VirtualNode();
 
-    Platform::Virtual::VirtualEthDev& device() { return *device_; }
-    MrpAgent::Json status() const { return MrpAgent::statusJson(instances_); }
-    std::vector<Platform::Ptr<Mrp::MrpStatus>> statuses() const;
-    // A standby takes over.
-    void becomeActive();
+    const std::string& name() const { return name_; }
+    // Of a port that there is.
+    Platform::Virtual::VirtualEthDev& device(const std::string& port);
+    // The cable is plugged in, or pulled out.
+    void linkIs(const std::string& port, bool link);
 
-    // Declares everything that the configuration says.
-    void declareAll(const MrpAgent::AgentConfig& config);
-    // Withdraws what the first configuration declares and the second does not.
-    void withdraw(const MrpAgent::AgentConfig& before, const MrpAgent::AgentConfig& after);
+    // Asks what a client of the control socket may ask (docs/control-socket.md), and returns the
+    // rows of the answer. Throws MrpAgent::RequestError when it is not done. Not for `watch` and
+    // `wait`, which take time.
+    Rows request(const MrpAgent::Json& request);
 
   private:
-    void makeInstances(Platform::ActivityManager& activityManager,
-                       const MrpAgent::AgentConfig& config, bool standby);
-    MrpAgent::MrpInstance& instance(Mrp::MrpApplication application);
+    struct Port {
+        Platform::Ptr<Platform::Virtual::VirtualEthDev> device;
+        MrpAgent::ControlNode::Port state;
+    };
 
-    Platform::IntfId intfId_;
-    Platform::EthAddr addr_;
-    Platform::Ptr<Platform::Virtual::VirtualEthDev> device_;
-    MrpAgent::NodeInterfaces interfaces_ = MrpAgent::NodeInterfaces::make();
-    std::vector<std::unique_ptr<MrpAgent::MrpInstance>> instances_;
+    std::string name_;
+    std::map<std::string, Port> ports_;
+    MrpAgent::Node node_;
+    MrpAgent::AttributeAges ages_;
+    MrpAgent::LogMemory log_;
+    MrpAgent::ControlRequests requests_;
 };
 
 }  // namespace MrpLab

@@ -50,27 +50,6 @@ TEST(MrpAgentProgram, exitStatusTellsUseFromConfigurationFromSystem) {
     EXPECT_THAT(outputOf(agent + " --trace nothing --config " + good), HasSubstr("status 2\n"));
 }
 
-TEST(MrpDemoProgram, findsWhatIsMissing) {
-    const std::string demo = std::string(MRP_DEMO) + " --tables ";
-    const std::string empty = fileOf("empty.json", "{\"applications\":[]}\n") + " ";
-    const std::string stale =
-        fileOf("stale.json",
-               R"({"applications":[{"application":"mvrp","attributes":[{"attributeType":)"
-               R"("vlanVector","applicant":"VO","registrar":"LV","value":"006e","vlan":110}],)"
-               R"("counters":{"numOfLeaveIndications":1}}]})"
-               "\n");
-    const std::string output =
-        outputOf(demo + empty + empty + empty + stale + " " + stale + " " + stale);
-    for (const char* expected :
-         {"missing: node two has not registered VLAN 107\n",
-          "missing: after the withdrawals node two has registered, but should not have, VLAN 110\n",
-          "missing: node one has withdrawn something while its neighbour was taken over\n",
-          "demo: 0 registered, 0 withdrawn, 37 missing\nstatus 1\n"}) {
-        EXPECT_THAT(output, HasSubstr(expected));
-    }
-    EXPECT_THAT(outputOf(demo + empty + fileOf("no.json", "[1]\n")), HasSubstr("status 1\n"));
-}
-
 TEST(OutputQueue, neitherBlocksNorLosesAndSurvivesItsReader) {
     std::signal(SIGPIPE, SIG_IGN);
     int ends[2];
