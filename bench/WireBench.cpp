@@ -103,12 +103,15 @@ class RawEnd {
         return std::span(buffer_).first(octets > 0 ? static_cast<std::size_t>(octets) : 0);
     }
 
-    // Takes in what comes until nothing does for a while.
-    void drain() {
+    // Takes in what comes until nothing does for a while, and tells whether there was something.
+    bool drained() {
         constexpr int msecs = 100;
         pollfd readable{socket_.get(), POLLIN, 0};
+        bool any = false;
         while (::poll(&readable, 1, msecs) > 0 && !receive().empty()) {
+            any = true;
         }
+        return any;
     }
 
   private:
@@ -219,15 +222,15 @@ void roundTrips(benchmark::State& state, std::uint8_t answerEvent) {
         state.SkipWithError("there is no answer");
         return;
     }
-    end.drain();  // whoever began with more than an answer is not to be a frame ahead
+    end.drained();  // whoever began with more than an answer is not to be a frame ahead
     bool done = true;
     const auto begin = std::chrono::steady_clock::now();
     for (auto _ : state) {
         done = exchange(end, frame, answer) && done;
     }
     perRoundTrip(state, begin);
-    if (!done) {
-        state.SkipWithError("not every frame was answered");
+    if (!done || end.drained()) {
+        state.SkipWithError("not every frame was answered once");
     }
 }
 
