@@ -17,6 +17,8 @@ class LinkDump final {
     // Takes in what has come, and asks for the second half when the first is complete. The answer
     // is that for the whole. Throws std::system_error; the reading has failed then.
     RouteSocket::Answer advance();
+    // Waits for something to take in, that long at the most, and tells whether there is.
+    bool wait(Platform::Seconds span) const { return socket_.wait(span); }
     // begin(), and advance() until it is complete. Throws std::system_error, also when the kernel
     // does not answer or is disturbed all the time.
     void readNow();

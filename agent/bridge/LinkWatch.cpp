@@ -51,6 +51,11 @@ void LinkWatch::openEvents() {
     events_ = FileDescriptor(
         checked(::socket(AF_NETLINK, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_ROUTE),
                 "opening a netlink socket"));
+    // A socket that has no address counts as the kernel's own, which is told nothing.
+    sockaddr_nl any{};
+    any.nl_family = AF_NETLINK;
+    checked(::bind(events_.get(), reinterpret_cast<const sockaddr*>(&any), sizeof(any)),
+            "binding a netlink socket");
     const int group = RTNLGRP_LINK;
     checked(::setsockopt(events_.get(), SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof(group)),
             "asking the kernel to tell of its interfaces");
@@ -84,7 +89,12 @@ void LinkWatch::stale() {
 void LinkWatch::beginDump() {
     const Seconds now = activityManager_.clock().now();
     if (dumping_) {
-        dumpFailed("the kernel does not tell its interfaces");
+        if (dump_->wait(0)) {
+            // The loop has been held up, not the kernel.
+            dumpAlarm_.expiryIs(now + answerLimit);
+        } else {
+            dumpFailed("the kernel does not tell its interfaces");
+        }
         return;
     }
     stale_ = false;

@@ -17,7 +17,6 @@ namespace MrpAgent {
 namespace {
 
 using Platform::Linux::checked;
-using Platform::Linux::FileDescriptor;
 
 // A dump comes in pieces, each as large as the buffers that the kernel has seen the socket read
 // with, up to 32 KiB.

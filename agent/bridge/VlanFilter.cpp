@@ -85,9 +85,15 @@ void VlanFilter::readSoon() {
 // Runs when it is time, and when the kernel does not answer.
 void VlanFilter::beginReading() {
     if (stage_ != Stage::idle) {
-        readingFailed("the kernel does not answer");
+        if (socket_->wait(0)) {
+            // The loop has been held up, not the kernel.
+            alarm_.expiryIs(activityManager_.clock().now() + answerLimit);
+        } else {
+            readingFailed("the kernel does not answer");
+        }
         return;
     }
+    onlyLook_ = incomplete_ && !changed_;
     changed_ = false;
     incomplete_ = false;
     actual_.clear();
@@ -152,7 +158,6 @@ void VlanFilter::plan() {
         }
         entry = port.wanted.none() && port.own.none() ? ports_.erase(entry) : std::next(entry);
     }
-    onlyLook_ = false;
 }
 
 void VlanFilter::planPort(const PortVlans& actual, Port& port) {
@@ -211,7 +216,7 @@ void VlanFilter::send(const Write& write) {
 }
 
 void VlanFilter::written() {
-    const Write write = std::move(writes_.front());
+    const Write write = writes_.front();
     writes_.pop_front();
     ++status_.writes;
     if (const auto port = ports_.find(write.port); !write.add && port != ports_.end()) {
@@ -221,7 +226,7 @@ void VlanFilter::written() {
 }
 
 void VlanFilter::refused(const std::system_error& error) {
-    const Write write = std::move(writes_.front());
+    const Write write = writes_.front();
     writes_.pop_front();
     incomplete_ = true;
     // A port that has gone meanwhile is no trouble.
@@ -256,7 +261,6 @@ void VlanFilter::readingFailed(const std::string& what) {
 void VlanFilter::rest() {
     const Seconds now = activityManager_.clock().now();
     stage_ = Stage::idle;
-    onlyLook_ = incomplete_ && !changed_;
     if (changed_ || incomplete_) {
         alarm_.expiryIs(now + collectTime);
     } else {
@@ -268,6 +272,7 @@ void VlanFilter::finish() {
     for (auto& [index, port] : ports_) {
         port.wanted = {};
     }
+    changed_ = true;
     onlyLook_ = false;
     for (int i = 0; i < finishRounds && !ownIsEmpty(); ++i) {
         if (stage_ == Stage::idle) {
