@@ -1,5 +1,5 @@
-// mrp-agent: runs MRP applications on the interfaces of a Linux network namespace, in the
-// foreground. docs/mrp-agent.md is its manual.
+// mrp-agent: runs MRP applications on the interfaces of a Linux network
+// namespace, in the foreground. docs/mrp-agent.md is its manual.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,8 +12,11 @@
 #include <vector>
 
 #include "agent/config/ConfigReader.h"
+#include "agent/control/LogMemory.h"
 #include "agent/process/Agent.h"
 #include "agent/process/OutputQueue.h"
+#include "agent/service/ServiceLog.h"
+#include "agent/service/ServiceManager.h"
 #include "platform/base/ScopeGuard.h"
 #include "platform/log/Log.h"
 #include "platform/log/Trace.h"
@@ -31,7 +34,8 @@ struct Options {
     std::string trace;
 };
 
-// A descriptor that the caller closed would be given to a socket, and output go into it.
+// A descriptor that the caller closed would be given to a socket, and output go
+// into it.
 void openStandardDescriptors() {
     for (int fd = ::open("/dev/null", O_RDWR); fd >= 0; fd = ::open("/dev/null", O_RDWR)) {
         if (fd > STDERR_FILENO) {
@@ -52,40 +56,72 @@ int check(const Options& options) {
     return told && std::fflush(stdout) == 0 ? ended : cannotRun;
 }
 
-int run(const AgentConfig& config, Agent::Role role) {
+// Reads the configuration anew and goes on with it; one with faults changes
+// nothing.
+void reload(Agent& agent, const std::string& configFile, const Agent::Tell& tellUser) {
+    const ConfigResult read = readConfigFile(configFile);
+    if (!read.errors.empty()) {
+        for (const std::string& error : read.errors) {
+            tellUser(error);
+        }
+        tellUser("goes on with the configuration that it has");
+        return;
+    }
+    for (const std::string& key : agent.reload(read.config)) {
+        tellUser(key + ": needs a restart, and stays as it is");
+    }
+    tellUser("goes on with " + configFile);
+}
+
+int run(const AgentConfig& config, const Options& options) {
     Platform::Linux::EpollActivityManager activityManager;
-    OutputQueue standardError(STDERR_FILENO, activityManager, [](const char*) {});
-    const auto tellLater = [&](const std::string& message) {
-        standardError.lineIs("mrp-agent: " + message);
+    const ServiceEnvironment environment = ServiceEnvironment::ofProcess();
+    ServiceLog log(activityManager, environment);
+    LogMemory logMemory;
+    const Agent::Tell tellUser = [&](const std::string& message) {
+        logMemory.add(ServiceLog::informational, "", message);
+        log.tell(message);
     };
     OutputQueue standardOutput(STDOUT_FILENO, activityManager, [&](const char* why) {
-        tellLater(std::string("standard output: ") + why + "; output is lost");
+        tellUser(std::string("standard output: ") + why + "; output is lost");
     });
-    // A neighbour causes a message for each of its declarations: whoever reads them slowly must not
-    // slow the protocol.
+    // A neighbour causes a message for each of its declarations: whoever reads
+    // them slowly must not slow the protocol.
     Platform::logSinkIs([&](const Platform::LogHandle& handle, const std::string& text) {
-        standardError.lineIs(Platform::logLine(handle, text));
+        logMemory.add(handle.severity(), handle.name(), text);
+        log.handleLog(handle, text);
     });
     const Platform::ScopeGuard restoreLog([] { Platform::logToStandardError(); });
-    Agent agent(activityManager, config, tellLater);
-    // Before anything starts: until then these signals would end the process in the midst of it.
+    ServiceManager serviceManager(activityManager, environment);
+    Agent agent(activityManager, config, logMemory, tellUser);
+    // Before anything starts: until then these signals would end the process in
+    // the midst of it.
     activityManager.signalIs(SIGINT, [&] { activityManager.stop(); });
     activityManager.signalIs(SIGTERM, [&] { activityManager.stop(); });
+    activityManager.signalIs(SIGHUP, [&] {
+        serviceManager.reloading();
+        reload(agent, options.configFile, tellUser);
+        serviceManager.ready();
+    });
     activityManager.signalIs(SIGUSR1, [&] { standardOutput.lineIs(jsonLine(agent.status())); });
-    activityManager.signalIs(SIGUSR2, [&] { agent.becomeActive(); });
+    activityManager.signalIs(SIGUSR2, [&] { agent.takeOver(); });
+    const Agent::Role role = options.standby ? Agent::Role::standby : Agent::Role::active;
     if (const auto errors = agent.start(role); !errors.empty()) {
         tell(errors, "mrp-agent: ");
         return cannotRun;
     }
-    tellLater(role == Agent::Role::standby ? "standby" : "running");
+    tellUser(role == Agent::Role::standby ? "standby" : "running");
+    serviceManager.ready();
     activityManager.run();
+    serviceManager.stopping();
     agent.stop();
     return ended;
 }
 
 int runProgram(const Options& options) {
     if (!Platform::setTraceLevels(options.trace)) {
-        tell({"--trace: expected NAME/LEVEL with a level from 0 to 9, or a list of these with "
+        tell({"--trace: expected NAME/LEVEL with a level from 0 to 9, or a list of "
+              "these with "
               "commas between them"},
              "mrp-agent: ");
         return wrongUse;
@@ -96,15 +132,15 @@ int runProgram(const Options& options) {
         return wrongUse;
     }
     if (options.standby && !read.config.standby.attributeLog) {
-        tell({options.configFile +
-              ": standby.attributeLog: expected the path of the active agent's attribute log"},
+        tell({options.configFile + ": standby.attributeLog: expected the path of "
+                                   "the active agent's attribute log"},
              "");
         return wrongUse;
     }
     if (options.check) {
         return check(options);
     }
-    return run(read.config, options.standby ? Agent::Role::standby : Agent::Role::active);
+    return run(read.config, options);
 }
 
 }  // namespace
@@ -113,9 +149,11 @@ int main(int argc, char** argv) {
     openStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
     Options options;
-    CLI::App app{"Runs MRP applications (MVRP, MSRP) on Ethernet interfaces, until SIGINT or "
-                 "SIGTERM.\nSIGUSR1 prints the attributes and the counters as a line of JSON; "
-                 "SIGUSR2 makes a standby\nagent active.",
+    CLI::App app{"Runs MRP applications (MVRP, MSRP) on Ethernet interfaces, until SIGINT "
+                 "or "
+                 "SIGTERM.\nSIGHUP reads the configuration anew; SIGUSR1 prints the "
+                 "attributes and the "
+                 "counters as a\nline of JSON; SIGUSR2 makes a standby agent active.",
                  "mrp-agent"};
     app.add_option("--config", options.configFile, "The configuration, a TOML file")
         ->required()

@@ -62,8 +62,10 @@ void Node::makePropagation(std::size_t application) {
     Application& made = applications_[application];
     if (instance.application() == MrpApplication::mvrp) {
         made.vlanRequests = std::make_unique<InstanceVlanRequests>(instance);
-        made.propagation = std::make_unique<VlanPropagation>(activityManager_, *made.vlanRequests,
+        auto propagation = std::make_unique<VlanPropagation>(activityManager_, *made.vlanRequests,
                                                              config_.propagation);
+        handlePropagation(*propagation);
+        made.propagation = std::move(propagation);
     } else {
         made.propagation = std::make_unique<StreamPropagation>(activityManager_, instance);
     }
@@ -102,6 +104,9 @@ void Node::portIs(const Port& port) {
     for (std::size_t i = 0; i < instances_.size(); ++i) {
         if (port.link) {
             forwardingIs(i, port);
+            if (before.role != port.role && applications_[i].propagation) {
+                applications_[i].propagation->flushed(IntfId(port.name), *instances_[i]);
+            }
         } else if (before.link) {
             disable(i, port);
         }

@@ -71,6 +71,8 @@ class Node : public ControlNode {
   protected:
     std::vector<Platform::Ptr<Mrp::MrpStatus>> statuses() const;
     void tell(const std::string& message) const { tell_(message); }
+    // The propagation of VLANs has been made, and no port is in it yet.
+    virtual void handlePropagation(VlanPropagation&) {}
 
   private:
     // Beside the instance of the same place.

@@ -1,8 +1,10 @@
 #include "agent/process/Agent.h"
 
+#include <unistd.h>
+
+#include <system_error>
 #include <utility>
 
-#include "platform/base/Assert.h"
 #include "platform/time/Dispatch.h"
 
 namespace MrpAgent {
@@ -12,74 +14,87 @@ using namespace Mrp;
 
 namespace {
 
-// What the node's state is known as.
+// What the node's state is known as, to readers of the attribute log.
 constexpr const char* nodeName = "mrp";
 
 }  // namespace
 
-Agent::Agent(Linux::EpollActivityManager& activityManager, AgentConfig config, Tell tell)
-    : activityManager_(activityManager),
-      config_(std::move(config)),
-      tell_(std::move(tell)),
-      netInfo_(activityManager, interfaces_.kernelStatus, interfaces_.allIntfStatus,
-               interfaces_.ethPhyIntfStatus) {}
+Agent::Agent(Linux::EpollActivityManager& activityManager, const AgentConfig& config,
+             const LogMemory& logMemory, Tell tell)
+    : Node(activityManager, config, tell),
+      activityManager_(activityManager),
+      logMemory_(logMemory),
+      kernelPorts_(activityManager, *this, std::move(tell)) {}
 
 std::vector<std::string> Agent::start(Role role) {
-    role_ = role;
-    std::vector<std::string> errors = addInterfaces();
+    std::vector<std::string> errors = kernelPorts_.read();
     if (errors.empty()) {
-        if (role_ == Role::active) {
+        if (role == Role::active) {
             makeLog();
         }
-        makeInstances();
-        errors = enableInterfaces();
+        run(role, kernelPorts_.bridgeAddr());
+        kernelPorts_.follow();
+        errors = accessErrors();
     }
-    if (errors.empty() && role_ == Role::active) {
-        errors = runActive();
+    if (errors.empty()) {
+        errors = open();
     }
     if (!errors.empty()) {
         stop();
-    } else if (role_ == Role::standby) {
+    } else if (role == Role::standby) {
         follow();
     }
     return errors;
 }
 
-std::vector<std::string> Agent::runActive() {
+std::vector<std::string> Agent::open() {
     if (log_) {
         log_->statusesAre(statuses());
         if (const auto error = log_->open()) {
             return {*error};
         }
     }
-    declareAll();
+    ControlServer::Parameters parameters;
+    parameters.path = config().control.path;
+    parameters.readOnlyPath = config().control.readOnlyPath;
+    if (parameters.path || parameters.readOnlyPath) {
+        control_ = std::make_unique<ControlServer>(*this, logMemory_, activityManager_, parameters);
+        try {
+            control_->listen();
+        } catch (const std::system_error& error) {
+            return {error.what()};
+        }
+    }
     return {};
 }
 
+// --- Standby ---
+
 void Agent::follow() {
     follower_ = std::make_unique<ActiveFollower>(
-        activityManager_, *config_.standby.attributeLog, statuses(),
-        ActiveFollower::Callbacks{tell_, [this] { return handleGone(); }});
+        activityManager_, *config().standby.attributeLog, statuses(),
+        ActiveFollower::Callbacks{[this](const std::string& message) { tell(message); },
+                                  [this] { return handleGone(); }});
     follower_->start();
 }
 
 std::optional<std::string> Agent::handleGone() {
-    if (config_.standby.takeover == AgentConfig::Takeover::onSignal) {
-        tell_("the active agent has gone; SIGUSR2 makes this one active");
+    if (config().standby.takeover == AgentConfig::Takeover::onSignal) {
+        tell("the active agent has gone; SIGUSR2 makes this one active");
         return std::nullopt;
     }
     if (auto obstacle = claim()) {
         return "another agent may be active: " + *obstacle;
     }
-    tell_("the active agent has gone; taking over");
-    becomeActive();
+    tell("the active agent has gone; taking over");
+    takeOver();
     return std::nullopt;
 }
 
 // Of those who find the active agent gone, and an active agent that is started anew meanwhile, only
 // one gets the path of the log. What is in the way; nothing: it is this one.
 std::optional<std::string> Agent::claim() {
-    if (config_.attributeLogPath == config_.standby.attributeLog) {
+    if (config().attributeLogPath == config().standby.attributeLog) {
         makeLog();
         auto error = log_->open();
         if (error) {
@@ -88,125 +103,106 @@ std::optional<std::string> Agent::claim() {
         return error;
     }
     try {
-        claim_.emplace(*config_.standby.attributeLog);
+        claim_.emplace(*config().standby.attributeLog);
     } catch (const std::system_error& error) {
         return error.what();
     }
     return std::nullopt;
 }
 
-void Agent::becomeActive() {
-    if (role_ == Role::active) {
+void Agent::takeOver() {
+    if (role() == Role::active) {
         return;
     }
-    role_ = Role::active;
     follower_->finish();
-    const bool open = log_ != nullptr;
-    if (!open) {
+    const bool isOpen = log_ != nullptr;
+    if (!isOpen) {
         makeLog();  // where the engines look for it
     }
-    // Trouble of one application is not the other's.
-    for (const auto& instance : instances_) {
-        dispatch([&] { instance->becomeActive(); });
-    }
-    dispatch([this] { declareAll(); });
-    if (log_ && !open) {
+    becomeActive();
+    if (log_ && !isOpen) {
         log_->openSoon();
     }
-    tell_("running");
+    tell("running");
+}
+
+void Agent::makeLog() {
+    if (config().attributeLogPath) {
+        log_ = std::make_unique<AttributeLog>(
+            nodeName, *config().attributeLogPath, config().applications, activityManager_,
+            [this](const std::string& message) { tell(message); });
+        log_->statusesAre(statuses());
+    }
+}
+
+// --- Reload, end ---
+
+std::vector<std::string> Agent::reload(const AgentConfig& changed) {
+    std::vector<std::string> needRestart;
+    AgentConfig next = changed;
+    const AgentConfig& now = config();
+    const auto keep = [&](const char* key, auto AgentConfig::*member) {
+        if (next.*member != now.*member) {
+            needRestart.emplace_back(key);
+            next.*member = now.*member;
+        }
+    };
+    keep("applications", &AgentConfig::applications);
+    keep("propagation", &AgentConfig::propagation);
+    keep("control", &AgentConfig::control);
+    keep("attributeLog.path", &AgentConfig::attributeLogPath);
+    if (next.bridge.vlanFilter != now.bridge.vlanFilter) {
+        needRestart.emplace_back("bridge.vlanFilter");
+        next.bridge.vlanFilter = now.bridge.vlanFilter;
+    }
+    if (next.standby.attributeLog != now.standby.attributeLog) {
+        needRestart.emplace_back("standby.attributeLog");
+        next.standby.attributeLog = now.standby.attributeLog;
+    }
+    configIs(std::move(next));
+    kernelPorts_.handleConfig();
+    return needRestart;
 }
 
 void Agent::stop() {
+    control_.reset();
     if (follower_) {
         follower_->finish();
     }
-    for (const auto& instance : instances_) {
-        for (const std::string& name : config_.interfaces) {
-            instance->disable(IntfId(name));
-        }
-    }
-    instances_.clear();
+    kernelPorts_.finish();
+    end();
     log_.reset();
 }
 
+// --- What is told of it ---
+
 Json Agent::status() const {
-    Json status = {{"role", role_ == Role::active ? "active" : "standby"}};
-    status.update(statusJson(instances_));
+    Json status = {{"role", role() == Role::active ? "active" : "standby"}};
+    status.update(statusJson(instances()));
     status["attributeLog"] = log_ ? log_->status() : Json();
     status["standby"] = follower_ ? follower_->status() : Json();
     return status;
 }
 
-std::vector<Ptr<MrpStatus>> Agent::statuses() const {
-    std::vector<Ptr<MrpStatus>> statuses;
-    for (const auto& instance : instances_) {
-        statuses.emplace_back(&instance->mrpStatus());
-    }
-    return statuses;
+Json Agent::agentJson() const {
+    Json json = Node::agentJson();
+    json["pid"] = ::getpid();
+    json["bridge"] = kernelPorts_.json();
+    json["attributeLog"] = log_ ? log_->status() : Json();
+    json["standby"] = follower_ ? follower_->status() : Json();
+    return json;
 }
 
-void Agent::makeLog() {
-    if (config_.attributeLogPath) {
-        log_ = std::make_unique<AttributeLog>(nodeName, *config_.attributeLogPath,
-                                              config_.applications, activityManager_, tell_);
-        log_->statusesAre(statuses());
+std::optional<std::string> Agent::activate() {
+    if (role() == Role::active) {
+        return "the agent is active already";
     }
+    takeOver();
+    return std::nullopt;
 }
 
-std::vector<std::string> Agent::addInterfaces() {
-    std::vector<std::string> errors;
-    for (const std::string& name : config_.interfaces) {
-        if (auto error = netInfo_.addInterface(name)) {
-            errors.push_back(std::move(*error));
-        }
-    }
-    return errors;
-}
-
-void Agent::makeInstances() {
-    const auto first = interfaces_.ethPhyIntfStatus->value(IntfId(config_.interfaces.front()));
-    MrpInstance::Parameters parameters;
-    parameters.nodeName = nodeName;
-    parameters.standby = role_ == Role::standby;
-    parameters.bridgeMac =
-        config_.bridgeMacAddr.value_or(first.value_or(Interface::EthPhyIntfStatus{}).addr);
-    for (const MrpApplication application : config_.applications) {
-        parameters.application = application;
-        parameters.mrpConfig = mrpConfigOf(config_);
-        instances_.push_back(
-            std::make_unique<MrpInstance>(activityManager_, interfaces_, parameters));
-    }
-}
-
-std::vector<std::string> Agent::enableInterfaces() {
-    std::vector<std::string> errors;
-    for (const auto& instance : instances_) {
-        for (const std::string& name : config_.interfaces) {
-            const IntfId intfId(name);
-            if (!instance->enable(intfId)) {
-                errors.push_back(instance->mrpSm().pamMan()->openError(intfId).value_or(
-                    name + ": no packet access"));
-            }
-        }
-        // The next application would fail for the same reasons.
-        if (!errors.empty()) {
-            break;
-        }
-    }
-    return errors;
-}
-
-void Agent::declareAll() {
-    for (const auto& instance : instances_) {
-        for (const Declaration& declaration : config_.declarations) {
-            if (declaration.application == instance->application()) {
-                for (const std::string& name : declaration.interfaces) {
-                    const bool accepted = declare(*instance, declaration, IntfId(name));
-                    require(accepted, "a declaration has the octets of its type");
-                }
-            }
-        }
-    }
+std::vector<ControlNode::Finding> Agent::examine() const {
+    return kernelPorts_.examine();
 }
 
 }  // namespace MrpAgent

@@ -1,68 +1,67 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "agent/attributelog/AttributeLog.h"
-#include "agent/config/AgentConfig.h"
+#include "agent/control/ControlServer.h"
+#include "agent/control/LogMemory.h"
+#include "agent/node/Node.h"
+#include "agent/process/KernelPorts.h"
 #include "agent/standby/ActiveFollower.h"
-#include "agent/status/StatusJson.h"
 #include "platform/linux/EpollActivityManager.h"
-#include "platform/linux/LinuxNetInfo.h"
 #include "platform/linux/PathLock.h"
 
 namespace MrpAgent {
 
-// The agent's work on the kernel's interfaces: one MrpInstance an application, on all interfaces of
-// the configuration, and the attribute log. As a standby it has packet access, follows the log of
-// the active agent, and can take over from it. Destroyed before the activity manager.
-class Agent {
+// The node that mrp-agent is: on the kernel's interfaces, with an attribute log and control
+// sockets. As a standby it has packet access, follows the log of the active agent, and can take
+// over from it. Destroyed before the activity manager and the log memory.
+class Agent final : public Node {
   public:
-    enum class Role { active, standby };
-    // A message for the user, of an agent that runs.
-    using Tell = std::function<void(const std::string& message)>;
+    Agent(Platform::Linux::EpollActivityManager& activityManager, const AgentConfig& config,
+          const LogMemory& logMemory, Tell tell);
+    ~Agent() override { stop(); }
 
-    Agent(Platform::Linux::EpollActivityManager& activityManager, AgentConfig config, Tell tell);
-    Agent(const Agent&) = delete;
-    Agent& operator=(const Agent&) = delete;
-    ~Agent() { stop(); }
-
-    // Makes the instances and enables the interfaces; an active agent declares, a standby one
-    // begins to follow. Returns what went wrong, in words for the user; nothing runs then.
+    // Reads the kernel's interfaces, and runs on them; a standby one begins to follow. Returns what
+    // went wrong, in words for the user; nothing runs then.
     std::vector<std::string> start(Role role);
     // A standby agent takes over; an active one goes on.
-    void becomeActive();
+    void takeOver();
+    // Goes on with another configuration. Returns the keys whose change needs a restart, and has
+    // not been made.
+    std::vector<std::string> reload(const AgentConfig& config);
     // Disables the interfaces, application by application, in the order of the configuration.
     void stop();
 
     // What docs/mrp-agent.md says of SIGUSR1.
     Json status() const;
 
+    Json agentJson() const override;
+    std::optional<std::string> activate() override;
+    std::vector<Finding> examine() const override;
+
+  protected:
+    void handlePropagation(VlanPropagation& propagation) override {
+        kernelPorts_.membersAre(propagation);
+    }
+
   private:
-    std::vector<std::string> addInterfaces();
-    std::vector<Platform::Ptr<Mrp::MrpStatus>> statuses() const;
     void makeLog();
-    void makeInstances();
-    std::vector<std::string> enableInterfaces();
-    void declareAll();
-    std::vector<std::string> runActive();
+    std::vector<std::string> open();
     void follow();
     std::optional<std::string> handleGone();
     std::optional<std::string> claim();
 
     Platform::Linux::EpollActivityManager& activityManager_;
-    AgentConfig config_;
-    Tell tell_;
-    Role role_ = Role::active;
-    NodeInterfaces interfaces_ = NodeInterfaces::make();
-    Platform::Linux::LinuxNetInfo netInfo_;
+    const LogMemory& logMemory_;
+    KernelPorts kernelPorts_;
     std::unique_ptr<AttributeLog> log_;  // outlives the instances, which hold its output
-    std::vector<std::unique_ptr<MrpInstance>> instances_;
     std::unique_ptr<ActiveFollower> follower_;
     std::optional<Platform::Linux::PathLock> claim_;  // on the log of the agent that has gone
+    std::unique_ptr<ControlServer> control_;
 };
 
 }  // namespace MrpAgent

@@ -40,6 +40,10 @@ class Propagation {
     virtual bool joinIndicated(const Mrp::MrpAttribute& attribute, bool isNew) = 0;
     virtual void leaveIndicated(const Mrp::MrpAttribute& attribute) = 0;
 
+    // The engine has dropped registrations of the port without an indication (Flush!, clause
+    // 10.7.5.2); what is left of them is in its database.
+    virtual void flushed(Platform::IntfId port, const MrpInstance& instance) = 0;
+
     // The node goes on from the engine's database, which a standby has filled: what is registered
     // and declared there is taken for granted. What nobody asks for is withdrawn only after
     // `patience`, by when the neighbours have told anew what they declare. Ports that are not there

@@ -27,6 +27,7 @@ class StreamPropagation final : public Propagation {
     void declarationsAre(const std::vector<Declaration>& declarations) override;
     bool joinIndicated(const Mrp::MrpAttribute& attribute, bool isNew) override;
     void leaveIndicated(const Mrp::MrpAttribute& attribute) override;
+    void flushed(Platform::IntfId, const MrpInstance&) override {}
     void resume(const MrpInstance& instance, Platform::Seconds patience) override;
 
   private:

@@ -228,10 +228,28 @@ void VlanPropagation::leaveIndicated(const MrpAttribute& attribute) {
         return;
     }
     const auto vlan = static_cast<std::uint16_t>(attribute.key);
+    registrationDel(*slot, vlan);
+}
+
+void VlanPropagation::registrationDel(Slot slot, std::uint16_t vlan) {
     VlanState& state = vlans_[vlan];
-    if (state.registered.has(*slot)) {
+    if (state.registered.has(slot)) {
         touch(vlan);
-        change(*slot, vlan, [&] { state.registered.erase(*slot); });
+        change(slot, vlan, [&] { state.registered.erase(slot); });
+    }
+}
+
+void VlanPropagation::flushed(IntfId port, const MrpInstance& instance) {
+    const auto slot = slots_.slot(port);
+    for (std::uint16_t vlan = VlanId::min; slot && vlan <= VlanId::max; ++vlan) {
+        if (!vlans_[vlan].registered.has(*slot)) {
+            continue;
+        }
+        const MrpAttrDatabase* record =
+            instance.mrpSm().mrpGetAttrFromDatabase(port, vlanType, vlan, true);
+        if (record == nullptr || record->registrarState() == MrpRegistrarState::MT) {
+            registrationDel(*slot, vlan);
+        }
     }
 }
 

@@ -63,6 +63,7 @@ class VlanPropagation final : public Propagation {
     void declarationsAre(const std::vector<Declaration>& declarations) override;
     bool joinIndicated(const Mrp::MrpAttribute& attribute, bool isNew) override;
     void leaveIndicated(const Mrp::MrpAttribute& attribute) override;
+    void flushed(Platform::IntfId port, const MrpInstance& instance) override;
     void resume(const MrpInstance& instance, Platform::Seconds patience) override;
 
     // The ports, in the order of their identifiers, and one's part.
@@ -88,6 +89,7 @@ class VlanPropagation final : public Propagation {
     void change(Slot slot, std::uint16_t vlan, Change&& make);
     void ownIs(Slot slot);
     void resumePort(Slot slot, const MrpInstance& instance);
+    void registrationDel(Slot slot, std::uint16_t vlan);
     void touch(std::uint16_t vlan);
     void touchAll();
     void handleTurn();

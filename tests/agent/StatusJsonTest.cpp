@@ -46,10 +46,10 @@ TEST_F(StatusJson, tellsWhatIsDeclaredAtOnceAndWithItsFields) {
         "maxFrameSize = 1000, maxIntervalFrames = 8, priority = 3, accumulatedLatency = 9, "
         "bridgeId = 3, failureCode = 1}]\n";
     const AgentConfig config = readConfig(text, "agent.toml").config;
-    const auto request = [&](bool (*act)(MrpInstance&, const Declaration&)) {
+    const auto request = [&](bool (*act)(MrpInstance&, const Declaration&, IntfId)) {
         for (const Declaration& declaration : config.declarations) {
             const bool mvrp = declaration.application == Mrp::MrpApplication::mvrp;
-            ASSERT_TRUE(act(*instances[mvrp ? 0 : 1], declaration));
+            ASSERT_TRUE(act(*instances[mvrp ? 0 : 1], declaration, IntfId("eth1")));
         }
     };
     for (const auto& instance : instances) {
