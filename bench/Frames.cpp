@@ -1,9 +1,8 @@
 #include "Frames.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <random>
-#include <span>
+#include <utility>
 
 #include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/MrpEnums.h"
