@@ -18,8 +18,8 @@ namespace {
 
 using Platform::Linux::checked;
 
-// A dump comes in pieces, each as large as the buffers that the kernel has seen the socket read
-// with, up to 32 KiB.
+// A dump comes in pieces, of up to 32 KiB or, where that is more, of what the kernel has to say of
+// one link: eight octets a VLAN at the most.
 constexpr std::size_t bufferOctets = 65536;
 
 std::system_error kernelError(int error, const char* step) {
@@ -46,16 +46,6 @@ RouteSocket::RouteSocket()
     const int on = 1;
     checked(::setsockopt(fd_.get(), SOL_NETLINK, NETLINK_CAP_ACK, &on, sizeof(on)),
             "setting up a netlink socket");
-    askForOneLink();
-}
-
-// Reads something with the large buffer before the first dump: else that one comes in pieces of a
-// page, and the kernel refuses it when a port has more VLANs than one holds.
-void RouteSocket::askForOneLink() {
-    constexpr int loopback = 1;  // there in every namespace
-    alignas(nlmsghdr) std::array<char, 64> buffer{};
-    send(*putLinkHeader(buffer.data(), RTM_GETLINK, NLM_F_ACK, AF_UNSPEC, loopback));
-    receive([](const nlmsghdr&) {});
 }
 
 void RouteSocket::send(nlmsghdr& message) {

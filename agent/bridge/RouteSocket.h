@@ -42,7 +42,6 @@ class RouteSocket final {
     bool wait(Platform::Seconds span) const;
 
   private:
-    void askForOneLink();
     bool handleMessage(const nlmsghdr& message, const Take& take);
 
     Platform::Linux::FileDescriptor fd_;

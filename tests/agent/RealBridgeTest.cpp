@@ -313,6 +313,7 @@ TEST_F(RealBridge, mayHaveManyVlans) {
     EXPECT_TRUE(until([&] { return filter.status().members == 4092; }));
     ASSERT_TRUE(bridge("vlan add vid 4000 pvid untagged dev p2"));
     EXPECT_TRUE(until([&] { return port("p2").nativeVlan == 4000; }));
+    EXPECT_THAT(vlans(port("p1").index), HasSubstr("1, 3, 5, 7")) << "of a new socket";
     filter.finish();
     EXPECT_EQ(vlans(port("p2").index), "1, 4000 (1, 4000)");
     EXPECT_EQ(watch.counters().errors + filter.status().failures, 0U);
