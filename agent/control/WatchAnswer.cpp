@@ -42,7 +42,7 @@ WatchAnswer::WatchAnswer(ControlNode& node, AttributeFilter filter,
 
 // Within a change of the engine's, which has nothing to do with those who watch.
 template <class Fill>
-void WatchAnswer::tell(const char* event, Fill fill) {
+void WatchAnswer::tell(const char* change, Fill fill) {
     if (done()) {
         return;
     }
@@ -51,7 +51,7 @@ void WatchAnswer::tell(const char* event, Fill fill) {
         return;
     }
     try {
-        Json row = {{"time", wallTimeText(wallClock_())}, {"event", event}};
+        Json row = {{"time", wallTimeText(wallClock_())}, {"change", change}};
         fill(row);
         output_.rowIs(row);
         ++told_;
@@ -104,7 +104,7 @@ void WatchAnswer::tellPorts() {
 Answer::State WatchAnswer::work() {
     if (lost_ > 0 && !done()) {
         output_.rowIs({{"time", wallTimeText(wallClock_())},
-                       {"event", "lost"},
+                       {"change", "lost"},
                        {"rows", std::exchange(lost_, 0)}});
         ++told_;
     }

@@ -29,7 +29,7 @@ class WatchAnswer final : public Answer {
                       const Mrp::MrpAttrDatabase* record);
     void tellPorts();
     template <class Fill>
-    void tell(const char* event, Fill fill);
+    void tell(const char* change, Fill fill);
     bool done() const { return limit_ && told_ >= *limit_; }
 
     ControlNode& node_;

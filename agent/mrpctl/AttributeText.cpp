@@ -14,9 +14,9 @@ namespace {
 
 // Members of rows that stand elsewhere, or say of the value what others say better.
 bool isDetail(const std::string& name, Details details) {
-    static const std::set<std::string> others{"time", "application", "port",      "attributeType",
-                                              "key",  "applicant",   "registrar", "age",
-                                              "vlan", "value",       "streamId",  "srClassId"};
+    static const std::set<std::string> others{
+        "time",      "change", "application", "port",  "attributeType", "key",      "applicant",
+        "registrar", "age",    "vlan",        "value", "streamId",      "srClassId"};
     return !others.contains(name) && (name != "event" || details == Details::withEvent);
 }
 
@@ -42,7 +42,8 @@ std::string attributeName(const Json& row) {
     }
     const Json& key = memberOf(row, "key");
     const Json& type = memberOf(row, "attributeType");
-    const bool ofStream = type == "talkerAdvertise" || type == "talkerFailed" || type == "listener";
+    const bool ofStream =
+        type == "talkerAdvertise" || type == "talkerFailed" || type == "listenerVector";
     return ofStream && key.is_number_unsigned() ? streamIdText(key.get<std::uint64_t>())
                                                 : cellText(key);
 }

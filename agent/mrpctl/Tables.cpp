@@ -8,7 +8,6 @@ namespace MrpCtl {
 
 namespace {
 
-constexpr auto changed = "changed";
 constexpr auto removed = "removed";
 
 std::string portText(const Json& row) {
@@ -18,18 +17,15 @@ std::string portText(const Json& row) {
            " nativeVlan=" + cellOf(row, "nativeVlan");
 }
 
-// A listener's row has the event of its value where others say that they have changed.
-std::string attributeText(const Json& row) {
-    const std::string event = cellOf(row, "event");
-    const std::string name = cellOf(row, "application") + ' ' + cellOf(row, "port") + ' ' +
-                             cellOf(row, "attributeType") + ' ' + attributeName(row);
-    if (event == removed) {
-        return event + ' ' + name;
+std::string attributeText(const Json& row, const std::string& change) {
+    const std::string name = change + ' ' + cellOf(row, "application") + ' ' + cellOf(row, "port") +
+                             ' ' + cellOf(row, "attributeType") + ' ' + attributeName(row);
+    if (change == removed) {
+        return name;
     }
-    const auto which = event == changed ? Details::withoutEvent : Details::withEvent;
-    const std::string details = attributeDetails(row, which);
-    return changed + (' ' + name) + ' ' + cellOf(row, "applicant") + ' ' +
-           cellOf(row, "registrar") + (details == noValue ? "" : ' ' + details);
+    const std::string details = attributeDetails(row, Details::withEvent);
+    return name + ' ' + cellOf(row, "applicant") + ' ' + cellOf(row, "registrar") +
+           (details == noValue ? "" : ' ' + details);
 }
 
 }  // namespace
@@ -44,14 +40,14 @@ void printTable(std::ostream& out, const std::string& table, const std::vector<J
 
 std::string watchLine(const Json& row) {
     const std::string time = cellOf(row, "time") + ' ';
-    const std::string event = cellOf(row, "event");
-    if (event == "lost") {
-        return time + event + ' ' + cellOf(row, "rows") + " rows";
+    const std::string change = cellOf(row, "change");
+    if (change == "lost") {
+        return time + change + ' ' + cellOf(row, "rows") + " rows";
     }
-    if (event == "portRemoved") {
-        return time + event + ' ' + cellOf(row, "port");
+    if (change == "portRemoved") {
+        return time + change + ' ' + cellOf(row, "port");
     }
-    return time + (event == "port" ? event + ' ' + portText(row) : attributeText(row));
+    return time + (change == "port" ? change + ' ' + portText(row) : attributeText(row, change));
 }
 
 }  // namespace MrpCtl

@@ -306,6 +306,13 @@ std::optional<std::string> Node::declare(const std::vector<Declaration>& declara
     if (role_ == Role::standby) {
         return "a standby agent declares nothing";
     }
+    for (const Declaration& declaration : declarations) {
+        for (const std::string& name : declaration.interfaces) {
+            if (!ports_.contains(name)) {
+                return "there is no port \"" + name + "\"";
+            }
+        }
+    }
     const auto obstacle = book_.declare(declarations);
     if (!obstacle) {
         declareAll();

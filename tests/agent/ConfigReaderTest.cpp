@@ -118,11 +118,11 @@ TEST(ConfigReader, readsTheExampleWithAllItsFields) {
         values.push_back((declaration.newEvent ? "new " : "") +
                          Platform::hexBytes(declaration.value));
     }
-    ASSERT_EQ(values.size(), 17U);
+    ASSERT_EQ(values.size(), 18U);
     // A talker: stream, destination, VLAN, frame size, frames an interval, priority and rank,
     // latency; then, where it failed, bridge and failure code.
     EXPECT_THAT(std::span(values).subspan(11),
-                ElementsAre("0ffe", "new 00c8",
+                ElementsAre("0ffe", "new 00c8", "012c",
                             "0200000000aa000191e0f000fe01000200e00001700001e848",
                             "0200000000aa000291e0f000fe02000203e80008700000000080000200000000aa01",
                             "0200000000bb000102000000", "06030002"));

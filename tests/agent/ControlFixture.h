@@ -87,7 +87,7 @@ struct Client {
 class Control : public testing::Test {
   protected:
     Control() {
-        for (const char* name : {"eth1", "eth2"}) {
+        for (const char* name : {"cp1", "cp2"}) {
             devices.push_back(makePtr<Virtual::VirtualEthDev>(name, manager));
             interfaces.kernelStatus->valueIs(IntfId(name), devices.back());
             node.ports_.push_back({name, true, "forwarding", 2, true, EthAddr(1), 1500, 1});

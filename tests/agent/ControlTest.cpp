@@ -14,14 +14,14 @@ using testing::HasSubstr;
 const std::string ok = "{\"ok\":true}\n";
 
 TEST_F(Control, showsTablesByFilters) {
-    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
-    record(0, "eth2", vlanType, 10, MrpRegistrarState::MT);
-    record(0, "eth2", vlanType, 11, MrpRegistrarState::LV);
-    record(1, "eth2", listenerType, 7, MrpRegistrarState::IN);
-    record(1, "eth1", talkerAdvertiseType, 7, MrpRegistrarState::MT);
-    record(1, "eth1", talkerFailedType, 9, MrpRegistrarState::MT);
+    record(0, "cp1", vlanType, 10, MrpRegistrarState::IN);
+    record(0, "cp2", vlanType, 10, MrpRegistrarState::MT);
+    record(0, "cp2", vlanType, 11, MrpRegistrarState::LV);
+    record(1, "cp2", listenerType, 7, MrpRegistrarState::IN);
+    record(1, "cp1", talkerAdvertiseType, 7, MrpRegistrarState::MT);
+    record(1, "cp1", talkerFailedType, 9, MrpRegistrarState::MT);
     const std::vector<std::uint8_t> vlan12{0, 12};
-    node.instances_[0]->request(IntfId("eth1"), vlanType, AttributeEvent::joinIn, vlan12);
+    node.instances_[0]->request(IntfId("cp1"), vlanType, AttributeEvent::joinIn, vlan12);
 
     const auto keys = [this](const std::string& filters) {
         Client client(path);
@@ -35,48 +35,48 @@ TEST_F(Control, showsTablesByFilters) {
         }
         return text;
     };
-    EXPECT_EQ(keys(""), "eth1/10 eth1/12 eth2/10 eth2/11 eth1/7 eth1/9 eth2/7 ");
-    EXPECT_EQ(keys(R"(, "application": "msrp", "port": ["eth1", "eth9"])"), "eth1/7 eth1/9 ");
-    EXPECT_EQ(keys(R"(, "vlan": ["1-10", "12,4094"], "state": "registered")"), "eth1/10 ");
-    EXPECT_EQ(keys(R"(, "stream": "00:00:00:00:00:00:00:07")"), "eth1/7 eth2/7 ");
-    EXPECT_EQ(keys(R"(, "type": ["listener", "talkerFailed"])"), "eth1/9 eth2/7 ");
-    EXPECT_EQ(keys(R"(, "state": ["declared", "LV"])"), "eth1/12 eth2/11 ");
+    EXPECT_EQ(keys(""), "cp1/10 cp1/12 cp2/10 cp2/11 cp1/7 cp1/9 cp2/7 ");
+    EXPECT_EQ(keys(R"(, "application": "msrp", "port": ["cp1", "cp9"])"), "cp1/7 cp1/9 ");
+    EXPECT_EQ(keys(R"(, "vlan": ["1-10", "12,4094"], "state": "registered")"), "cp1/10 ");
+    EXPECT_EQ(keys(R"(, "stream": "00:00:00:00:00:00:00:07")"), "cp1/7 cp2/7 ");
+    EXPECT_EQ(keys(R"(, "type": ["listener", "talkerFailed"])"), "cp1/9 cp2/7 ");
+    EXPECT_EQ(keys(R"(, "state": ["declared", "LV"])"), "cp1/12 cp2/11 ");
 
     EXPECT_EQ(rows(show(R"("vlans", "vlan": "10-11")")),
-              R"({"vlan":10,"registered":["eth1"],"fixed":[],"forbidden":[],"configured":[],)"
+              R"({"vlan":10,"registered":["cp1"],"fixed":[],"forbidden":[],"configured":[],)"
               R"("declared":[]})"
               "\n"
-              R"({"vlan":11,"registered":["eth2"],"fixed":[],"forbidden":[],"configured":[],)"
+              R"({"vlan":11,"registered":["cp2"],"fixed":[],"forbidden":[],"configured":[],)"
               R"("declared":[]})"
               "\n" +
                   ok);
     const std::string streams = rows(show(R"("streams")"));
     EXPECT_THAT(streams, HasSubstr(R"({"streamId":"00:00:00:00:00:00:00:07","talkers":[{"port":)"
-                                   R"("eth1","attributeType":"talkerAdvertise","applicant":"VO",)"
+                                   R"("cp1","attributeType":"talkerAdvertise","applicant":"VO",)"
                                    R"("registrar":"MT","age":0.)"));
-    EXPECT_THAT(streams, HasSubstr(R"("listeners":[{"port":"eth2","event":"ignore","applicant":)"
+    EXPECT_THAT(streams, HasSubstr(R"("listeners":[{"port":"cp2","event":"ignore","applicant":)"
                                    R"("VO","registrar":"IN","age":0.)"));
     EXPECT_THAT(streams, HasSubstr(R"({"streamId":"00:00:00:00:00:00:00:09")"));
-    const std::string ports = rows(show(R"("ports", "port": "eth2")"));
-    EXPECT_THAT(ports, HasSubstr(R"({"port":"eth2","link":true,"state":"forwarding","role":2,)"
+    const std::string ports = rows(show(R"("ports", "port": "cp2")"));
+    EXPECT_THAT(ports, HasSubstr(R"({"port":"cp2","link":true,"state":"forwarding","role":2,)"
                                  R"("forwarding":true,"mac":"00:00:00:00:00:01","mtu":1500,)"
                                  R"("nativeVlan":1,"applications":[{"application":"mvrp",)"
                                  R"("packetAccess":true,"error":null,"registered":1,"declared":0},)"
                                  R"({"application":"msrp",)"));
-    EXPECT_THAT(ports, testing::Not(HasSubstr("eth1")));
-    EXPECT_THAT(rows(show(R"("timers", "application": "mvrp", "port": "eth1")")),
-                HasSubstr(R"({"application":"mvrp","port":"eth1","timer":"leaveAll",)"
+    EXPECT_THAT(ports, testing::Not(HasSubstr("cp1")));
+    EXPECT_THAT(rows(show(R"("timers", "application": "mvrp", "port": "cp1")")),
+                HasSubstr(R"({"application":"mvrp","port":"cp1","timer":"leaveAll",)"
                           R"("attributeType":"vlanVector","due":1)"));
     EXPECT_THAT(rows(show(R"("agent")")), HasSubstr(R"({"role":"active","control":{"clients":)"));
     EXPECT_EQ(rows(R"({"request": "doctor"})"),
               "{\"severity\":\"warning\",\"text\":\"no bridge\",\"advice\":null}\n" + ok);
-    node.instances_[0]->mrpSm().portCountersIs(IntfId("eth1")).eventsIn.values[5] = 3;
-    EXPECT_THAT(rows(show(R"("counters", "port": "eth1", "application": "mvrp")")),
+    node.instances_[0]->mrpSm().portCountersIs(IntfId("cp1")).eventsIn.values[5] = 3;
+    EXPECT_THAT(rows(show(R"("counters", "port": "cp1", "application": "mvrp")")),
                 HasSubstr(R"("Mt":0,"Lv":3,"LeaveAll":0},"eventsOut":)"));
     EXPECT_EQ(rows(R"({"request": "clear", "what": "counters"})"), ok);
-    EXPECT_EQ(node.instances_[0]->mrpSm().portCounters().count(IntfId("eth1")) == 0
+    EXPECT_EQ(node.instances_[0]->mrpSm().portCounters().count(IntfId("cp1")) == 0
                   ? 0
-                  : node.instances_[0]->mrpSm().portCountersIs(IntfId("eth1")).eventsIn.values[5],
+                  : node.instances_[0]->mrpSm().portCountersIs(IntfId("cp1")).eventsIn.values[5],
               0U);
     log.add(6, "MRP_JOIN", "first");
     log.add(4, "", "second");
@@ -138,7 +138,7 @@ TEST_F(Control, aFaultyRequestIsToldAndEndsNothing) {
 
 TEST_F(Control, declaresAndWithdrawsByTheRulesOfTheConfiguration) {
     EXPECT_EQ(
-        rows(R"({"request": "declare", "vlans": [{"ids": ["9-10", 12], "interfaces": ["eth1"],)"
+        rows(R"({"request": "declare", "vlans": [{"ids": ["9-10", 12], "interfaces": ["cp1"],)"
              R"("registration": "fixed"}], "listener": [{"streamId": 7, "event": "ready"}]})"),
         ok);
     ASSERT_EQ(node.declared.size(), 4U);
@@ -148,7 +148,7 @@ TEST_F(Control, declaresAndWithdrawsByTheRulesOfTheConfiguration) {
     const std::string stream =
         R"({"request": "withdraw", "streams": [{"streamId": "00:00:00:00:00:00:00:07"}]})";
     EXPECT_THAT(rows(stream), HasSubstr("stream 00:00:00:00:00:00:00:07 is not declared"));
-    ASSERT_TRUE(declare(*node.instances_[1], node.declared[3], IntfId("eth2")));
+    ASSERT_TRUE(declare(*node.instances_[1], node.declared[3], IntfId("cp2")));
     EXPECT_EQ(rows(stream), ok);
     ASSERT_EQ(node.withdrawn.size(), 1U);
     EXPECT_EQ(node.withdrawn[0].attributeType, listenerType);
@@ -170,23 +170,23 @@ TEST_F(Control, watchesUntilItIsEnough) {
                 "\n");
     ASSERT_TRUE(soon(client, [&] { return server->status()["requests"] == 1; }));
     manager.runFor(0);
-    record(0, "eth1", vlanType, 11, MrpRegistrarState::IN);
-    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
+    record(0, "cp1", vlanType, 11, MrpRegistrarState::IN);
+    record(0, "cp1", vlanType, 10, MrpRegistrarState::IN);
     node.portsChanged_.notify();
     node.instances_[0]
         ->mrpSm()
         .applicationDatabase()
-        ->attrDatabase(IntfId("eth1"))
+        ->attrDatabase(IntfId("cp1"))
         ->intfTypeApplicant(vlanType)
         ->mrpAttributeDel(10);
     ASSERT_TRUE(soon(client, [&] { return client.ends() == 1; }));
     EXPECT_EQ(jsonLine(client.lines[1]),
-              R"({"id":1,"row":{"time":"1970-01-01T00:00:01.500Z","event":"changed",)"
-              R"("application":"mvrp","port":"eth1","attributeType":"vlanVector","key":10,)"
+              R"({"id":1,"row":{"time":"1970-01-01T00:00:01.500Z","change":"changed",)"
+              R"("application":"mvrp","port":"cp1","attributeType":"vlanVector","key":10,)"
               R"("applicant":"VO","registrar":"IN","value":"000a","vlan":10}})");
     EXPECT_EQ(jsonLine(client.lines[2]["row"]),
-              R"({"time":"1970-01-01T00:00:01.500Z","event":"removed","application":"mvrp",)"
-              R"("port":"eth1","attributeType":"vlanVector","key":10})");
+              R"({"time":"1970-01-01T00:00:01.500Z","change":"removed","application":"mvrp",)"
+              R"("port":"cp1","attributeType":"vlanVector","key":10})");
 
     client.lines.clear();
     client.send("{\"request\": \"watch\"}\n");
@@ -196,9 +196,9 @@ TEST_F(Control, watchesUntilItIsEnough) {
     node.ports_.pop_back();
     node.portsChanged_.notify();
     ASSERT_TRUE(soon(client, [&] { return client.lines.size() == 2; }));
-    EXPECT_EQ(client.lines[0]["row"]["event"], "portRemoved");
+    EXPECT_EQ(client.lines[0]["row"]["change"], "portRemoved");
     EXPECT_EQ(client.lines[1]["row"]["forwarding"], false);
-    const Ptr<MrpAttrDatabase> changing = record(0, "eth1", vlanType, 20, MrpRegistrarState::IN);
+    const Ptr<MrpAttrDatabase> changing = record(0, "cp1", vlanType, 20, MrpRegistrarState::IN);
     constexpr unsigned changes = 20000;
     for (unsigned i = 0; i < changes; ++i) {
         changing->registrarStateIs(i % 2 == 0 ? MrpRegistrarState::LV : MrpRegistrarState::IN);
@@ -210,7 +210,7 @@ TEST_F(Control, watchesUntilItIsEnough) {
     ASSERT_TRUE(soon(client, [&] {
         told = lost = 0;
         for (const Json& line : client.lines) {
-            if (line["row"]["event"] == "lost") {
+            if (line["row"]["change"] == "lost") {
                 lost += line["row"]["rows"].get<std::size_t>();
             } else {
                 ++told;
@@ -236,13 +236,13 @@ TEST_F(Control, waitsForAState) {
         return R"({"request": "wait", "timeout": 0.1, )" + goal + "}";
     };
     Client client(path);
-    client.send(wait(R"("vlan": 10, "port": "eth2", "state": "registered")") + "\n");
+    client.send(wait(R"("vlan": 10, "port": "cp2", "state": "registered")") + "\n");
     manager.runFor(0.02);
-    record(0, "eth1", vlanType, 10, MrpRegistrarState::IN);
+    record(0, "cp1", vlanType, 10, MrpRegistrarState::IN);
     manager.runFor(0.02);
     client.read();
     EXPECT_EQ(client.ends(), 0U);
-    const auto second = record(0, "eth2", vlanType, 10, MrpRegistrarState::MT);
+    const auto second = record(0, "cp2", vlanType, 10, MrpRegistrarState::MT);
     manager.runFor(0);
     second->registrarStateIs(MrpRegistrarState::IN);
     manager.runFor(0.02);
@@ -285,14 +285,14 @@ TEST_F(Control, servesMaimedAndManyClients) {
 TEST_F(Control, aClientThatDoesNotReadCostsOthersNothing) {
     constexpr AttributeKey streams = 50000;
     for (AttributeKey key = 1; key <= streams; ++key) {
-        record(1, "eth1", talkerAdvertiseType, key, MrpRegistrarState::IN);
+        record(1, "cp1", talkerAdvertiseType, key, MrpRegistrarState::IN);
     }
     Client slow(path);
 }
 
 TEST_F(Control, aClientThatTakesNothingIsGivenUp) {
     for (AttributeKey key = 1; key <= 5000; ++key) {
-        record(1, "eth1", talkerAdvertiseType, key, MrpRegistrarState::IN);
+        record(1, "cp1", talkerAdvertiseType, key, MrpRegistrarState::IN);
     }
     ControlServer::Parameters parameters = parametersOf();
     parameters.patience = 0.05;
@@ -314,7 +314,7 @@ TEST(AttributeAges, knowsSinceWhenARegistrarIsInItsState) {
     instances.push_back(
         std::make_unique<MrpInstance>(manager, interfaces, MrpInstance::Parameters{}));
     MrpInstance& mvrp = *instances[0];
-    const MrpAttribute attribute{IntfId("eth1"), vlanType, 10};
+    const MrpAttribute attribute{IntfId("cp1"), vlanType, 10};
     const auto records = mvrp.mrpSm()
                              .applicationDatabase()
                              ->attrDatabaseIs(attribute.intfId)

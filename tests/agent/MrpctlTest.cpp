@@ -226,7 +226,8 @@ TEST(MrpctlTables, eachTableShowsWhatItsRowsHave) {
     EXPECT_EQ(textOf("doctor", R"([{"severity": "ok", "text": "a", "advice": null},
                                    {"severity": "problem", "text": "b", "advice": "c"}])"),
               "Severity  Finding\nok        a\nproblem   b\n          -> c\n");
-    EXPECT_EQ(watchLine(Json::parse(R"({"time": "t", "event": "ready", "application": "msrp",
+    EXPECT_EQ(watchLine(Json::parse(
+                  R"({"time": "t", "change": "changed", "event": "ready", "application": "msrp",
           "port": "e1", "attributeType": "listener", "key": 1, "applicant": "QA", "value": "00",
           "registrar": "IN", "streamId": "s"})")),
               "t changed msrp e1 listener s QA IN event=ready");
@@ -394,12 +395,12 @@ TEST(Mrpctl, noAgentMakesItHangOrFail) {
 
 TEST(Mrpctl, watchIsFlushedAndEndsBySigint) {
     const std::string lines =
-        row(R"({"time": "t", "event": "changed", "application": "mvrp", "port": "e1", "vlan": 10,
+        row(R"({"time": "t", "change": "changed", "application": "mvrp", "port": "e1", "vlan": 10,
                 "attributeType": "vlanVector", "applicant": "QA", "registrar": "IN"})") +
-        row(R"({"time": "t", "event": "removed", "application": "msrp", "port": "e1", "key": 6,
+        row(R"({"time": "t", "change": "removed", "application": "msrp", "port": "e1", "key": 6,
                 "attributeType": "domain"})") +
-        row(R"({"time": "t", "event": "port", "port": "e1", "link": true, "state": "learning"})") +
-        row(R"({"time": "t", "event": "lost", "rows": 12})");
+        row(R"({"time": "t", "change": "port", "port": "e1", "link": true, "state": "learning"})") +
+        row(R"({"time": "t", "change": "lost", "rows": 12})");
     std::string oneLine;  // JSON of a test may have newlines, an agent's may not
     for (const char octet : lines) {
         oneLine += octet;
