@@ -1,150 +1,153 @@
 #!/usr/bin/env bash
-# The demonstration through real sockets: two mrp-agent processes in two network namespaces, joined
-# by a veth pair. Node one declares; then it is started again with fewer declarations, and what it
-# no longer declares ages out at node two.
+# The demonstration on Linux: three bridges in a ring with the kernel's spanning tree, which blocks
+# one port, and two stations. Each is a network namespace with an mrp-agent. The stations declare
+# VLANs, which are registered along the tree; a link of the ring is cut, and they are registered
+# along the other way; it is healed.
+#
+#            b1
+#     toB2 /    \ toB3
+#         /      \
+#    toB1/        \toB1
+#  s1 - b2 ------ b3 - s2        the end toB2 of the link between b2 and b3 blocks
+#      toB3      toB2
 #
 #   veth-demo.sh BIN_DIR [PCAP_FILE]
 #
 # Ends with the status of mrp-demo's judgement, or with 77 where it cannot run.
+# MRP_DEMO_FORWARD_DELAY is that of the spanning tree, in hundredths of a second, 400 without it: as
+# short as goes with its maximum age of 6 s (clause 13.25).
 set -euo pipefail
 bin=$1
 pcap=${2-}
-polls=150         # looks at the tables a stage, at most
-pollInterval=0.1  # seconds
+forwardDelay=${MRP_DEMO_FORWARD_DELAY-400}
+# shellcheck source=agents.sh
+source "$(dirname "$0")/agents.sh"
 
-cannotRun() {
-    echo "Skipped: $*" >&2
-    exit 77
+bridges=(b1 b2 b3)
+nodes=(s1 "${bridges[@]}" s2)
+# A port listens and learns before it forwards; then the VLANs spread, in the time of a few frames.
+# The rest is patience with slow machines.
+patience=$((2 * forwardDelay / 100 + 10))  # seconds
+
+# makeBridge NODE PRIORITY: the lowest priority is the root of the spanning tree.
+makeBridge() {
+    ip -n "mrp-$$-$1" link add name br0 type bridge stp_state 1 forward_delay "$forwardDelay" \
+        hello_time 100 max_age 600 priority "$2" 2>"$dir/network" ||
+        cannotRun "this kernel has no bridges: $(tail -n 1 "$dir/network")"
+    # To a bridge of Linux the group address of MVRP is one as any other: it would forward the
+    # frames, which are the neighbour's alone (clause 8.6.3).
+    on "$1" nft -f - 2>"$dir/network" <<'RULES' || cannotRun "nft: $(tail -n 1 "$dir/network")"
+table bridge mrp {
+    chain forward {
+        type filter hook forward priority 0
+        ether daddr 01:80:c2:00:00:21 drop
+    }
+}
+RULES
+    ip -n "mrp-$$-$1" link set br0 up
 }
 
-[ "$(id -u)" -eq 0 ] || cannotRun "network namespaces need root"
-command -v ip >/dev/null || cannotRun "the command ip (iproute2) is not installed"
+# bridgeCable BRIDGE PORT BRIDGE PORT
+bridgeCable() {
+    cable "$@"
+    ip -n "mrp-$$-$1" link set "$2" master br0
+    ip -n "mrp-$$-$3" link set "$4" master br0
+}
 
-nsOne=mrp-demo-$$-one
-nsTwo=mrp-demo-$$-two
-dir=$(mktemp -d)
-pids=()
+bridgeAgent() {
+    startAgent "$1" <<EOC
+[bridge]
+name = "br0"
+[timers]
+leaveAllTime = 2
+EOC
+}
 
-cleanUp() {
-    trap '' INT TERM
-    local pid ns
-    for pid in "${pids[@]}"; do
-        kill "$pid" 2>/dev/null || true
-        wait "$pid" 2>/dev/null || true
+# stationAgent NODE VLANS
+stationAgent() {
+    startAgent "$1" <<EOC
+interfaces = ["eth0"]
+propagation = false
+[timers]
+leaveAllTime = 2
+[[vlans]]
+ids = [$2]
+EOC
+}
+
+# look STAGE: what the agents tell of their VLANs, into its directory. Succeeds when it is what the
+# stage asks for.
+look() {
+    local node
+    for node in "${nodes[@]}"; do
+        ctl "$node" --json show vlans >"$dir/$1/$node.json" || fail "$node does not answer"
     done
-    for ns in "$nsOne" "$nsTwo"; do
-        ip netns del "$ns" 2>/dev/null || true
+    "$bin/mrp-demo" --judge "$dir/$1" --stage "$1" >"$dir/differences"
+}
+
+# stage NAME TITLE: until all is as it should be, or the time is over; and whether it stays so.
+stage() {
+    local begin=$EPOCHREALTIME duration node
+    mkdir "$dir/$1"
+    if eventually "$patience" look "$1"; then
+        duration=$(awk "BEGIN { printf \"%.1f\", ${EPOCHREALTIME/,/.} - ${begin/,/.} }")
+        echo "=== $2. It is so everywhere after $duration s."
+    else
+        echo "=== $2. It is not so everywhere after $patience s."
+    fi
+    sleep 1
+    look "$1" || true
+    for node in "${nodes[@]}"; do
+        echo
+        echo "$node> mrpctl show vlans"
+        ctl "$node" show vlans
     done
-    rm -rf "$dir"
-}
-trap cleanUp EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-fail() {
-    echo "veth-demo: $*" >&2
-    cat "$dir"/*.err >&2 2>/dev/null || true
-    exit 1
+    echo
 }
 
-makeNetwork() {
-    ip netns add "$nsOne" && ip netns add "$nsTwo" &&
-        ip -n "$nsOne" link add one type veth peer name two netns "$nsTwo" &&
-        ip -n "$nsOne" link set one up && ip -n "$nsTwo" link set two up
-}
+makeNodes "${nodes[@]}"
+command -v nft >/dev/null || cannotRun "the command nft (nftables) is not installed"
+makeBridge b1 4096
+makeBridge b2 8192
+makeBridge b3 12288
+bridgeCable b1 toB2 b2 toB1
+bridgeCable b1 toB3 b3 toB1
+bridgeCable b2 toB3 b3 toB2
+cable s1 eth0 b2 toS1
+cable s2 eth0 b3 toS2
+ip -n "mrp-$$-b2" link set toS1 master br0
+ip -n "mrp-$$-b3" link set toS2 master br0
 
-# awaitMessage PID FILE TEXT: until the agent has written such a line.
-awaitMessage() {
-    local i
-    for ((i = 0; i < polls; i++)); do
-        grep -q "^mrp-agent: $3" "$2" && return 0
-        kill -0 "$1" 2>/dev/null || break
-        sleep "$pollInterval"
-    done
-    fail "mrp-agent did not say \"$3\" in $(basename "$2" .err)"
-}
-
-# startAgent NAMESPACE CONFIG [NAME --standby]: sets $started to its process, whose output is in the
-# files of that name, or of the configuration's.
-startAgent() {
-    local config=$2 name=${3-$2} message=running
-    [ $# -lt 4 ] || message="standby, in step"
-    {
-        "$bin/mrp-demo" --config "$config"
-        printf '[attributeLog]\npath = "%s"\n' "$dir/$1.sock"
-        printf '[standby]\ntakeover = "on-disconnect"\n'
-    } >"$dir/$name.toml"
-    : >"$dir/$name.err"
-    ip netns exec "$1" "$bin/mrp-agent" --config "$dir/$name.toml" "${@:4}" \
-        >"$dir/$name.out" 2>"$dir/$name.err" &
-    started=$!
-    pids+=("$started")
-    awaitMessage "$started" "$dir/$name.err" "$message"
-}
-
-# An agent that is told to stop ends with status 0.
-stopAgent() {
-    local status=0
-    kill -TERM "$1"
-    wait "$1" || status=$?
-    [ "$status" -eq 0 ] || fail "mrp-agent ended with status $status"
-}
-
-# awaitTables PID CONFIG PID CONFIG JUDGE…: has both agents print their tables until mrp-demo finds
-# them complete with the arguments, or the time is over.
-awaitTables() {
-    local pidA=$1 outA=$dir/$2.out pidB=$3 outB=$dir/$4.out i
-    shift 4
-    for ((i = 0; i < polls; i++)); do
-        kill -USR1 "$pidA" "$pidB"
-        sleep "$pollInterval"
-        if "$bin/mrp-demo" --quiet --tables "$@" "$outA" "$outB" 2>/dev/null; then
-            break
-        fi
-    done
-    tail -n 1 "$outA" >"$dir/tableA"
-    tail -n 1 "$outB" >"$dir/tableB"
-}
-
-makeNetwork 2>"$dir/network.err" ||
-    cannotRun "namespaces and a veth pair cannot be made: $(tail -n 1 "$dir/network.err")"
-
+if [ -n "$pcap" ] && [ ! -w "$(dirname "$pcap")" ]; then
+    echo "$pcap cannot be written here: the frames are not kept."
+    pcap=
+fi
 if [ -n "$pcap" ]; then
-    ip netns exec "$nsTwo" "$bin/mrp-demo" --capture two --pcap "$pcap" 2>"$dir/capture.err" &
-    pids+=("$!")
+    on b2 "$bin/mrp-demo" --capture toB3 --pcap "$pcap" 2>"$dir/capture.err" &
     capture=$!
+    others+=("$capture")
 fi
-startAgent "$nsOne" one
-one=$started
-startAgent "$nsTwo" two
-two=$started
+for node in "${bridges[@]}"; do
+    bridgeAgent "$node"
+done
+stationAgent s1 '"10-14"'
+stationAgent s2 '14, "20-22"'
+awaitAgents
 
-awaitTables "$one" one "$two" two
-mv "$dir/tableA" "$dir/declaredOne"
-mv "$dir/tableB" "$dir/declaredTwo"
+stage ring "The spanning tree goes by b1"
+echo "b3> mrpctl show ports"
+ctl b3 show ports
+echo
+unplug b1 toB3
+stage cut "The link between b1 and b3 is cut: the tree goes from b2 to b3"
+plug b1 toB3
+stage healed "The link is healed"
 
-stopAgent "$one"
-startAgent "$nsOne" one-later
-one=$started
-awaitTables "$one" one-later "$two" two "$dir/declaredOne" "$dir/declaredTwo"
-
-mv "$dir/tableA" "$dir/withdrawnOne"
-mv "$dir/tableB" "$dir/withdrawnTwo"
-
-startAgent "$nsTwo" two standby --standby
-standby=$started
-kill -KILL "$two"
-wait "$two" 2>/dev/null || true
-awaitMessage "$standby" "$dir/standby.err" running
-sleep 1.5  # longer than what is not declared anew stays registered
-awaitTables "$one" one-later "$standby" standby "$dir/declaredOne" "$dir/declaredTwo" \
-    "$dir/withdrawnOne" "$dir/withdrawnTwo"
-
-stopAgent "$one"
-stopAgent "$standby"
+stopAgents
 if [ -n "$pcap" ]; then
-    stopAgent "$capture"
-    echo "The frames are in $pcap."
+    kill -TERM "$capture"
+    wait "$capture" || fail "the capture failed"
+    others=()
+    echo "The frames between b2 and b3 are in $pcap."
 fi
-"$bin/mrp-demo" --tables "$dir/declaredOne" "$dir/declaredTwo" \
-    "$dir/withdrawnOne" "$dir/withdrawnTwo" "$dir/tableA" "$dir/tableB"
+"$bin/mrp-demo" --judge "$dir"
