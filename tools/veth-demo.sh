@@ -123,7 +123,8 @@ if [ -n "$pcap" ] && [ ! -w "$(dirname "$pcap")" ]; then
     pcap=
 fi
 if [ -n "$pcap" ]; then
-    on b2 "$bin/mrp-demo" --capture toB3 --pcap "$pcap" 2>"$dir/capture.err" &
+    ip netns exec "mrp-$$-b2" "$bin/mrp-demo" --capture toB3 --pcap "$pcap" \
+        2>"$dir/capture.err" &
     capture=$!
     others+=("$capture")
 fi
