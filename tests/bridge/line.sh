@@ -144,7 +144,7 @@ eventually 5 watching || fail "nobody watches"
 ctl s1 declare vlan 50
 wait "$watcher"
 others=()
-grep -q '"event":"changed","application":"mvrp","port":"eth0",.*"key":50,' "$dir/watched" ||
+grep -q '"change":"changed","application":"mvrp","port":"eth0",.*"key":50,' "$dir/watched" ||
     fail "found $(cat "$dir/watched")"
 
 # Nothing is wrong with these machines, and who may only read changes nothing.
