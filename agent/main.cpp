@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,12 @@ int check(const Options& options) {
 // Reads the configuration anew and goes on with it; one with faults changes
 // nothing.
 void reload(Agent& agent, const std::string& configFile, const Agent::Tell& tellUser) {
+    std::error_code error;
+    // A pipe could be waited for without end.
+    if (!std::filesystem::is_regular_file(configFile, error)) {
+        tellUser(configFile + ": no file that can be read anew");
+        return;
+    }
     const ConfigResult read = readConfigFile(configFile);
     if (!read.errors.empty()) {
         for (const std::string& error : read.errors) {
@@ -78,9 +85,11 @@ int run(const AgentConfig& config, const Options& options) {
     const ServiceEnvironment environment = ServiceEnvironment::ofProcess();
     ServiceLog log(activityManager, environment);
     LogMemory logMemory;
+    ServiceManager serviceManager(activityManager, environment);
     const Agent::Tell tellUser = [&](const std::string& message) {
         logMemory.add(ServiceLog::informational, "", message);
         log.tell(message);
+        serviceManager.statusIs(message);
     };
     OutputQueue standardOutput(STDOUT_FILENO, activityManager, [&](const char* why) {
         tellUser(std::string("standard output: ") + why + "; output is lost");
@@ -92,7 +101,6 @@ int run(const AgentConfig& config, const Options& options) {
         log.handleLog(handle, text);
     });
     const Platform::ScopeGuard restoreLog([] { Platform::logToStandardError(); });
-    ServiceManager serviceManager(activityManager, environment);
     Agent agent(activityManager, config, logMemory, tellUser);
     // Before anything starts: until then these signals would end the process in
     // the midst of it.
@@ -100,8 +108,8 @@ int run(const AgentConfig& config, const Options& options) {
     activityManager.signalIs(SIGTERM, [&] { activityManager.stop(); });
     activityManager.signalIs(SIGHUP, [&] {
         serviceManager.reloading();
+        const Platform::ScopeGuard reloaded([&] { serviceManager.ready(); });
         reload(agent, options.configFile, tellUser);
-        serviceManager.ready();
     });
     activityManager.signalIs(SIGUSR1, [&] { standardOutput.lineIs(jsonLine(agent.status())); });
     activityManager.signalIs(SIGUSR2, [&] { agent.takeOver(); });
@@ -158,6 +166,7 @@ int main(int argc, char** argv) {
     app.add_option("--config", options.configFile, "The configuration, a TOML file")
         ->required()
         ->type_name("FILE");
+    app.set_version_flag("--version", MRP_AGENT_VERSION, "Print the version");
     app.add_flag("--check", options.check, "Only read the configuration");
     app.add_flag("--standby", options.standby,
                  "Follow the active agent's attribute log, and take over from it");

@@ -112,17 +112,22 @@ void LinkWatch::beginDump() {
 }
 
 void LinkWatch::handleDump() {
+    bool different = false;
     try {
         const RouteSocket::Answer answer = dump_->advance();
         if (answer != RouteSocket::Answer::incomplete) {
-            endDump(answer == RouteSocket::Answer::disturbed);
+            different = endDump(answer == RouteSocket::Answer::disturbed);
         }
     } catch (const std::system_error& error) {
         dumpFailed(error.what());
     }
+    if (different) {
+        changed_();
+    }
 }
 
-void LinkWatch::endDump(bool disturbed) {
+// Whether links() is different.
+bool LinkWatch::endDump(bool disturbed) {
     const Seconds now = activityManager_.clock().now();
     dumping_ = false;
     lastDump_ = now;
@@ -133,10 +138,11 @@ void LinkWatch::endDump(bool disturbed) {
         lastTrouble_.clear();
     }
     dumpAlarm_.expiryIs(now + (disturbed || stale_ ? dumpInterval : pollInterval));
-    if (!disturbed && links_ != dump_->table()) {
-        links_.swap(dump_->table());
-        changed_();
+    if (disturbed || links_ == dump_->table()) {
+        return false;
     }
+    links_.swap(dump_->table());
+    return true;
 }
 
 void LinkWatch::dumpFailed(const std::string& what) {

@@ -56,7 +56,7 @@ class LinkWatch final {
     void stale();
     void beginDump();
     void handleDump();
-    void endDump(bool disturbed);
+    bool endDump(bool disturbed);
     void dumpFailed(const std::string& what);
     void closeDump();
 

@@ -68,6 +68,12 @@ void MrpInstance::becomeActive() {
     mrpSm_->handleStandbyMode();
     for (const auto& [intfId, pam] : std::map(mrpSm_->pamCollection()->values())) {
         readWaiting(*pam);
+        askNeighbours(intfId);
+    }
+}
+
+void MrpInstance::askNeighbours(IntfId intfId) {
+    if (mrpSm_->active()) {
         mrpSm_->mrpPamSm()->transmitAllLeaveAll(intfId);
     }
 }

@@ -70,6 +70,10 @@ class MrpInstance {
     // own.
     void becomeActive();
 
+    // Sends a LeaveAll on the interface, so that its neighbours declare anew, and what is declared
+    // here with it.
+    void askNeighbours(Platform::IntfId intfId);
+
     // Whether the attribute is declared here (clause 10.7.6: an applicant that is no observer and
     // not leaving).
     bool declares(const Mrp::MrpAttribute& attribute) const;

@@ -96,13 +96,11 @@ void DeclarationBook::configIs(const Declarations& declarations) {
     for (const Declaration& declaration : declarations) {
         configured_[keyOf(declaration)].push_back(declaration);
     }
-    // What a request has replaced stays replaced, where that can be said.
+    // What a request has replaced stays replaced. Where that cannot be said both count.
     for (const auto& [key, requests] : requested_) {
         for (const Declaration& requested : requests) {
             bool found = false;
-            if (takeOut(configured_, requested, found)) {
-                configured_.erase(key);
-            }
+            static_cast<void>(takeOut(configured_, requested, found));
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "agent/node/Node.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "agent/propagation/InstanceVlanRequests.h"
@@ -19,6 +21,7 @@ constexpr const char* nodeName = "mrp";
 // The one spanning tree there is.
 constexpr const char* stpiName = "Stp";
 constexpr int rapidSpanningTree = 2;  // a mode in which the topology is the CIST
+constexpr int roleNotForwarding = 3;
 
 }  // namespace
 
@@ -101,17 +104,32 @@ void Node::portIs(const Port& port) {
         }
     }
     roleIs(port);
+    // A spanning tree has opened the port, which did not forward before.
+    const bool topologyChange = spanningTree_ && before.link && before.role == roleNotForwarding;
     for (std::size_t i = 0; i < instances_.size(); ++i) {
         if (port.link) {
-            forwardingIs(i, port);
-            if (before.role != port.role && applications_[i].propagation) {
-                applications_[i].propagation->flushed(IntfId(port.name), *instances_[i]);
-            }
+            forwardingIs(i, port, topologyChange);
         } else if (before.link) {
             disable(i, port);
         }
     }
+    if (port.link && before.link && port.role != before.role) {
+        handleRole(port, before.role);
+    }
     portsChanged_.notify();
+}
+
+// A port that does not forward any more has been flushed. One that forwards again has all its
+// registrations leaving (Re-declare!, clause 10.7.5.3), of which its neighbour knows nothing.
+void Node::handleRole(const Port& port, int before) {
+    for (std::size_t i = 0; i < instances_.size(); ++i) {
+        if (applications_[i].propagation) {
+            applications_[i].propagation->flushed(IntfId(port.name), *instances_[i]);
+        }
+        if (before == roleNotForwarding && port.forwarding) {
+            instances_[i]->askNeighbours(IntfId(port.name));
+        }
+    }
 }
 
 void Node::portDel(const std::string& name) {
@@ -127,6 +145,7 @@ void Node::portDel(const std::string& name) {
             disable(i, gone);
         }
     }
+    portRoles().valueDel(name);
     ports_.erase(found);
     for (const auto& instance : instances_) {
         instance->brConfig().nativeVlan().valueDel(IntfId(name));
@@ -141,10 +160,9 @@ void Node::enable(std::size_t application, const Port& port) {
     }
 }
 
-// Without a spanning tree a port that begins to forward has changed no topology.
-void Node::forwardingIs(std::size_t application, const Port& port) {
+void Node::forwardingIs(std::size_t application, const Port& port, bool topologyChange) {
     if (const auto& propagation = applications_[application].propagation) {
-        propagation->forwardingIs(IntfId(port.name), port.forwarding, spanningTree_);
+        propagation->forwardingIs(IntfId(port.name), port.forwarding, topologyChange);
     }
 }
 
@@ -159,14 +177,16 @@ std::string Node::topologyName() const {
     return spanningTree_ ? Stp::TopologyName::cist : Stp::TopologyName::noStp;
 }
 
-void Node::roleIs(const Port& port) {
-    stpStatus_->stpiStatus()
+Stp::PartDir<Stp::PortStatus>& Node::portRoles() {
+    return stpStatus_->stpiStatus()
         .partIs(stpiName)
         ->mstiStatus()
         .partIs(topologyName())
-        ->portStatus()
-        .partIs(port.name)
-        ->roleIs(port.role);
+        ->portStatus();
+}
+
+void Node::roleIs(const Port& port) {
+    portRoles().partIs(port.name)->roleIs(port.role);
 }
 
 void Node::nativeVlanIs(const Port& port) {
@@ -181,6 +201,9 @@ void Node::nativeVlanIs(const Port& port) {
 }
 
 void Node::spanningTreeIs(bool spanningTree) {
+    if (spanningTree_ == spanningTree) {
+        return;
+    }
     spanningTree_ = spanningTree;
     stpStatus_->modeIs(spanningTree ? rapidSpanningTree : Stp::Mode::noStp);
     for (const auto& [name, port] : ports_) {
@@ -217,7 +240,7 @@ void Node::openAccess() {
             if (port.link && !instances_[i]->mrpSm().pamCollection()->has(IntfId(name))) {
                 disable(i, port);
                 enable(i, port);
-                forwardingIs(i, port);
+                forwardingIs(i, port, false);
             }
         }
     }
@@ -230,7 +253,11 @@ void Node::becomeActive() {
     role_ = Role::active;
     // Long enough for the neighbours to answer the LeaveAll, and for what they do not declare anew
     // to age out.
-    const Seconds patience = 2 * config_.timers.leaveTime;
+    Seconds leaveTime = config_.timers.leaveTime;
+    for (const auto& [name, timers] : config_.intfTimers) {
+        leaveTime = std::max(leaveTime, timers.leaveTime.value_or(0));
+    }
+    const Seconds patience = 2 * leaveTime;
     for (std::size_t i = 0; i < instances_.size(); ++i) {
         makePropagation(i);
         for (const auto& [name, port] : ports_) {
@@ -241,9 +268,27 @@ void Node::becomeActive() {
         }
         applications_[i].propagation->resume(*instances_[i], patience);
         // Trouble of one application is not the other's.
-        dispatch([&] { instances_[i]->becomeActive(); });
+        dispatch([&] {
+            instances_[i]->becomeActive();
+            forgetOthers(*instances_[i]);
+        });
     }
     declareAll();
+}
+
+// A standby keeps what it has been told of interfaces whose link is down, or that are no ports.
+void Node::forgetOthers(MrpInstance& instance) const {
+    const MrpApplicationDatabase* database = instance.mrpSm().applicationDatabase();
+    std::vector<IntfId> others;
+    for (const auto& [intfId, records] : database->attrDatabase()) {
+        const auto port = ports_.find(intfId.name());
+        if (port == ports_.end() || !port->second.link) {
+            others.push_back(intfId);
+        }
+    }
+    for (const IntfId intfId : others) {
+        instance.disable(intfId);
+    }
 }
 
 void Node::declareAll() {
@@ -289,9 +334,8 @@ Json Node::agentJson() const {
         applications.push_back(stringValue(instance->application()));
     }
     return {{"role", role_ == Role::active ? "active" : "standby"},
-            {"uptime", activityManager_.clock().now() - began_},
-            {"applications", std::move(applications)},
-            {"spanningTree", spanningTree_}};
+            {"uptime", std::round((activityManager_.clock().now() - began_) * 1000) / 1000},
+            {"applications", std::move(applications)}};
 }
 
 std::vector<ControlNode::Port> Node::ports() const {

@@ -65,6 +65,7 @@ class Node : public ControlNode {
     Platform::Notification<>& portsChanged() override { return portsChanged_; }
     std::optional<std::string> declare(const std::vector<Declaration>& declarations) override;
     std::optional<std::string> withdraw(const std::vector<Declaration>& declarations) override;
+    std::vector<Declaration> declarations() const override { return book_.all(); }
     std::optional<std::string> activate() override;
     std::vector<Finding> examine() const override { return {}; }
 
@@ -85,9 +86,12 @@ class Node : public ControlNode {
     void makePropagation(std::size_t application);
     void enable(std::size_t application, const Port& port);
     void disable(std::size_t application, const Port& port);
+    Platform::Stp::PartDir<Platform::Stp::PortStatus>& portRoles();
     void roleIs(const Port& port);
+    void handleRole(const Port& port, int before);
     void nativeVlanIs(const Port& port);
-    void forwardingIs(std::size_t application, const Port& port);
+    void forwardingIs(std::size_t application, const Port& port, bool topologyChange);
+    void forgetOthers(MrpInstance& instance) const;
     void declareAll();
     std::string topologyName() const;
 

@@ -24,7 +24,8 @@ Agent::Agent(Linux::EpollActivityManager& activityManager, const AgentConfig& co
     : Node(activityManager, config, tell),
       activityManager_(activityManager),
       logMemory_(logMemory),
-      kernelPorts_(activityManager, *this, std::move(tell)) {}
+      kernelPorts_(activityManager, *this, std::move(tell)),
+      listenAlarm_(activityManager.clock(), [this] { static_cast<void>(listen()); }) {}
 
 std::vector<std::string> Agent::start(Role role) {
     std::vector<std::string> errors = kernelPorts_.read();
@@ -59,13 +60,26 @@ std::vector<std::string> Agent::open() {
     parameters.readOnlyPath = config().control.readOnlyPath;
     if (parameters.path || parameters.readOnlyPath) {
         control_ = std::make_unique<ControlServer>(*this, logMemory_, activityManager_, parameters);
-        try {
-            control_->listen();
-        } catch (const std::system_error& error) {
-            return {error.what()};
+        if (const auto error = listen()) {
+            if (role() == Role::active) {
+                return {*error};
+            }
+            tell(*error + "; tried again");
         }
     }
     return {};
+}
+
+// A standby agent with the active one's configuration gets its paths when that one is gone.
+std::optional<std::string> Agent::listen() {
+    constexpr Seconds interval = 1;
+    try {
+        control_->listen();
+    } catch (const std::system_error& error) {
+        listenAlarm_.expiryIs(activityManager_.clock().now() + interval);
+        return error.what();
+    }
+    return std::nullopt;
 }
 
 // --- Standby ---
@@ -165,6 +179,7 @@ std::vector<std::string> Agent::reload(const AgentConfig& changed) {
 }
 
 void Agent::stop() {
+    listenAlarm_.expiryIs(never);
     control_.reset();
     if (follower_) {
         follower_->finish();

@@ -51,6 +51,7 @@ class Agent final : public Node {
   private:
     void makeLog();
     std::vector<std::string> open();
+    std::optional<std::string> listen();
     void follow();
     std::optional<std::string> handleGone();
     std::optional<std::string> claim();
@@ -62,6 +63,7 @@ class Agent final : public Node {
     std::unique_ptr<ActiveFollower> follower_;
     std::optional<Platform::Linux::PathLock> claim_;  // on the log of the agent that has gone
     std::unique_ptr<ControlServer> control_;
+    Platform::Alarm listenAlarm_;  // set while the control sockets' paths are not to be had
 };
 
 }  // namespace MrpAgent

@@ -43,7 +43,7 @@ KernelPorts::KernelPorts(Linux::EpollActivityManager& activityManager, Node& nod
           activityManager, [this] { update(); }, tell_),
       accessAlarm_(activityManager.clock(), [this] {
           node_.openAccess();
-          watchAccess();
+          update();
       }) {}
 
 std::vector<std::string> KernelPorts::read() {
@@ -87,26 +87,24 @@ void KernelPorts::update() {
         return;
     }
     const AgentConfig& config = node_.config();
-    PortTable table = portTableOf(linkWatch_.links(), config.bridge.name, config.interfaces);
-    std::swap(table_, table);  // `table` is what was
+    table_ = portTableOf(linkWatch_.links(), config.bridge.name, config.interfaces);
     node_.bridgeAddrIs(bridgeAddr());
-    if (table.spanningTree != table_.spanningTree) {
-        node_.spanningTreeIs(table_.spanningTree);
-    }
+    node_.spanningTreeIs(table_.spanningTree);
     tellOfMissing();
-    for (const auto& [name, port] : table.ports) {
-        const auto found = table_.ports.find(name);
+    for (const auto& [name, port] : std::map(told_)) {
+        const auto now = table_.ports.find(name);
         // Another interface may have the name by now.
-        if (found == table_.ports.end() || found->second.index != port.index) {
+        if (now == table_.ports.end() || now->second.index != port.index) {
             delPort(port);
         }
     }
+    addErrors_.clear();
     for (const auto& [name, port] : table_.ports) {
-        const auto found = table.ports.find(name);
-        if (found == table.ports.end() || found->second.index != port.index) {
+        const auto told = told_.find(name);
+        if (told == told_.end()) {
             addPort(port);
-        } else if (!(found->second == port)) {
-            changePort(port, found->second);
+        } else if (!(told->second == port)) {
+            changePort(port);
         }
     }
     if (vlanFilter_) {
@@ -137,16 +135,16 @@ void KernelPorts::tellOfMissing() {
 
 void KernelPorts::addPort(const Port& port) {
     if (const auto error = netInfo_.addInterface(port.name)) {
-        // It has gone again; the kernel will say so.
-        tell_(*error);
-        table_.ports.at(port.name).index = 0;
+        addErrors_.push_back(*error);
         return;
     }
+    told_[port.name] = port;
     tellOfPort(port.name + ": a port, " + stateText(port));
     node_.portIs(nodePortOf(port));
 }
 
-void KernelPorts::changePort(const Port& port, const Port& before) {
+void KernelPorts::changePort(const Port& port) {
+    const Port before = std::exchange(told_[port.name], port);
     if (port.addr != before.addr || port.mtu != before.mtu) {
         static_cast<void>(netInfo_.addInterface(port.name));
     }
@@ -162,18 +160,23 @@ void KernelPorts::tellOfPort(const std::string& message) const {
     }
 }
 
+// Takes its VLANs out of the filter as well: the interface may stay a port of its bridge.
 void KernelPorts::delPort(const Port& port) {
     tellOfPort(port.name + ": no port any more");
     node_.portDel(port.name);
+    told_.erase(port.name);
     netInfo_.delInterface(port.name);
-    if (vlanFilter_) {
+    if (vlanFilter_ && !linkWatch_.links().contains(port.index)) {
         vlanFilter_->portDel(port.index);
     }
 }
 
 // The agent does not start without packet access; what fails later is tried again.
 void KernelPorts::watchAccess() {
-    const std::vector<std::string> errors = node_.accessErrors();
+    std::vector<std::string> errors = addErrors_;
+    for (std::string& error : node_.accessErrors()) {
+        errors.push_back(std::move(error));
+    }
     if (std::exchange(accessErrors_, errors) != errors && !silent_) {
         for (const std::string& error : errors) {
             tell_(error);
@@ -191,8 +194,8 @@ void KernelPorts::membersAre(VlanPropagation& propagation) {
     vlanFilter_.emplace(activityManager_, tell_);
     memberReactor_ =
         propagation.memberChanged().react([this](IntfId port, std::uint16_t vlan, bool member) {
-            const auto found = table_.ports.find(port.name());
-            if (found != table_.ports.end()) {
+            const auto found = told_.find(port.name());
+            if (found != told_.end()) {
                 vlanFilter_->memberIs(found->second.index, vlan, member);
             }
         });
@@ -237,11 +240,19 @@ std::vector<ControlNode::Finding> KernelPorts::examine() const {
     use.mvrp = runs(Mrp::MrpApplication::mvrp);
     use.msrp = runs(Mrp::MrpApplication::msrp);
     use.vlanFilter = config.bridge.vlanFilter;
+    using Severity = ControlNode::Finding::Severity;
     std::vector<ControlNode::Finding> findings;
+    for (const std::string& error : accessErrors_) {
+        findings.push_back({Severity::problem, error, "give the agent CAP_NET_RAW"});
+    }
+    if (vlanFilter_ && !vlanFilter_->status().lastError.empty()) {
+        findings.push_back({Severity::warning,
+                            "the VLAN filter was not written: " + vlanFilter_->status().lastError,
+                            "give the agent CAP_NET_ADMIN, and the bridge vlan_filtering 1"});
+    }
     const PortTable table = portTableOf(linkWatch_.links(), use.bridgeName, use.interfaces);
     for (const Finding& finding : examineBridge(table, use)) {
-        findings.push_back({static_cast<ControlNode::Finding::Severity>(finding.severity),
-                            finding.text, finding.advice});
+        findings.push_back({static_cast<Severity>(finding.severity), finding.text, finding.advice});
     }
     return findings;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -46,7 +47,7 @@ class KernelPorts final {
   private:
     void update();
     void addPort(const Port& port);
-    void changePort(const Port& port, const Port& before);
+    void changePort(const Port& port);
     void tellOfPort(const std::string& message) const;
     void delPort(const Port& port);
     void tellOfMissing();
@@ -59,10 +60,12 @@ class KernelPorts final {
     LinkWatch linkWatch_;
     bool follows_ = false;
     bool silent_ = false;
-    PortTable table_;  // as the node has been told
+    PortTable table_;                   // as the kernel has it
+    std::map<std::string, Port> told_;  // as the node has been told
     std::optional<VlanFilter> vlanFilter_;
     Platform::Reactor memberReactor_;
     std::set<std::string> missing_;          // told: the bridge, or listed interfaces
+    std::vector<std::string> addErrors_;     // of ports that the node could not be told of
     std::vector<std::string> accessErrors_;  // told last
     Platform::Alarm accessAlarm_;
 };

@@ -31,24 +31,6 @@ bool isVlan(const MrpAttribute& attribute) {
     return attribute.attributeType == vlanType && isVlan(attribute.key);
 }
 
-// What the node says of a VLAN on one port.
-struct Own {
-    bool configured = false;
-    bool configuredNew = false;
-    bool fixed = false;
-    bool forbidden = false;
-
-    void add(const Declaration& declaration) {
-        if (declaration.registration == Registration::forbidden) {
-            forbidden = true;
-            return;
-        }
-        configured = true;
-        configuredNew = configuredNew || declaration.newEvent;
-        fixed = fixed || declaration.registration == Registration::fixed;
-    }
-};
-
 }  // namespace
 
 VlanPropagation::VlanPropagation(ActivityManager& activityManager, VlanRequests& requests,
@@ -158,23 +140,51 @@ void VlanPropagation::declarationsAre(const std::vector<Declaration>& declaratio
                      return declaration.application == MrpApplication::mvrp &&
                             isVlan({{}, declaration.attributeType, declaration.key});
                  });
+    // By name once, not once a declaration and port.
+    std::map<std::string, std::vector<OwnVlan>> owns;
     for (const auto& [port, slot] : slots_.byPort()) {
-        ownIs(slot);
+        owns[port.name()].resize(vlans_.size());
     }
-    touchAll();
+    for (const Declaration& declaration : declarations_) {
+        if (declaration.interfaces.empty()) {
+            for (auto& [name, own] : owns) {
+                own[declaration.key].add(declaration);
+            }
+        }
+        for (const std::string& name : declaration.interfaces) {
+            const auto own = owns.find(name);
+            if (own != owns.end()) {
+                own->second[declaration.key].add(declaration);
+            }
+        }
+    }
+    for (const auto& [port, slot] : slots_.byPort()) {
+        ownIs(slot, owns[port.name()]);
+    }
 }
 
 void VlanPropagation::ownIs(Slot slot) {
     const std::string& name = slots_.port(slot).name();
-    std::vector<Own> owns(vlans_.size());
+    std::vector<OwnVlan> owns(vlans_.size());
     for (const Declaration& declaration : declarations_) {
         if (declaration.concerns(name)) {
             owns[declaration.key].add(declaration);
         }
     }
+    ownIs(slot, owns);
+}
+
+void VlanPropagation::ownIs(Slot slot, const std::vector<OwnVlan>& owns) {
     for (std::uint16_t vlan = VlanId::min; vlan <= VlanId::max; ++vlan) {
-        change(slot, vlan, [&, &own = owns[vlan]] {
-            VlanState& state = vlans_[vlan];
+        VlanState& state = vlans_[vlan];
+        const OwnVlan& own = owns[vlan];
+        const OwnVlan before{state.configured.has(slot), state.configuredNew.has(slot),
+                             state.fixed.has(slot), state.forbidden.has(slot)};
+        if (before == own) {
+            continue;
+        }
+        touch(vlan);
+        change(slot, vlan, [&] {
             state.configured.memberIs(slot, own.configured);
             state.configuredNew.memberIs(slot, own.configuredNew);
             state.fixed.memberIs(slot, own.fixed);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "agent/propagation/OwnVlan.h"
 #include "agent/propagation/PortSet.h"
 #include "agent/propagation/PortSlots.h"
 #include "agent/propagation/Propagation.h"
@@ -88,6 +89,7 @@ class VlanPropagation final : public Propagation {
     template <class Change>
     void change(Slot slot, std::uint16_t vlan, Change&& make);
     void ownIs(Slot slot);
+    void ownIs(Slot slot, const std::vector<OwnVlan>& owns);
     void resumePort(Slot slot, const MrpInstance& instance);
     void registrationDel(Slot slot, std::uint16_t vlan);
     void touch(std::uint16_t vlan);

@@ -80,11 +80,14 @@ TEST_F(NodeTest, portsThatChangeTakeAndLoseTheirPart) {
     EXPECT_TRUE(bridge.at("n1", 10).registered);
     EXPECT_FALSE(bridge.at("n2", 10).declared);
     bridge.stateIs("n1", 2);
-    loop.runUntil(21);
+    for (double t = 20.2; t < 24; t += 0.2) {  // long before the next LeaveAll is due
+        loop.runUntil(t);
+        EXPECT_TRUE(bridge.at("n1", 10).registered);
+    }
     EXPECT_TRUE(east.at("ne", 10).registered);
     // A link that is down, and a port that is gone, have nothing.
     bridge.stateIs("n1", 0);
-    loop.runUntil(22);
+    loop.runUntil(26);
     EXPECT_EQ(bridge.at("n1", 10), VlanPropagation::Membership());
     EXPECT_FALSE(east.at("ne", 10).registered);
     bridge.stateIs("n1", 2);
@@ -148,6 +151,12 @@ TEST_F(NodeTest, aStandbyTakesOverWhatIsRegisteredAndDeclared) {
                             ->intfTypeApplicantIs(Mrp::vlanType)
                             ->mrpAttributeIs(10);
     record->applicantStateIs(Mrp::MrpApplicantState::QA);
+    // Nor of n3, whose link is down by the time of the takeover.
+    const auto left = database->attrDatabaseIs(IntfId("n3"))
+                          ->intfTypeApplicantIs(Mrp::vlanType)
+                          ->mrpAttributeIs(11);
+    left->registrarStateIs(Mrp::MrpRegistrarState::IN);
+    standby.stateIs("n3", 0);
     for (const char* port : {"n1", "n2", "n3"}) {
         bridge.stateIs(port, 0);
     }
@@ -158,6 +167,9 @@ TEST_F(NodeTest, aStandbyTakesOverWhatIsRegisteredAndDeclared) {
     loop.runUntil(4);
     EXPECT_TRUE(standby.at("n1", 10).registered) << "the neighbours have told anew";
     EXPECT_TRUE(east.at("ne", 10).registered);
+    EXPECT_EQ(database->record(IntfId("n3"), Mrp::vlanType, 11), nullptr);
+    standby.stateIs("n3", 2);
+    loop.runUntil(5);
     EXPECT_TRUE(standby.at("n3", 10).declared);
 }
 
