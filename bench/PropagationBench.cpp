@@ -21,6 +21,7 @@ class NoRequests final : public VlanRequests {
   public:
     void declare(IntfId, std::uint16_t, bool) override {}
     void withdraw(IntfId, std::uint16_t) override {}
+    void forget(IntfId, std::uint16_t) override {}
 };
 
 std::vector<IntfId> portsOf(const benchmark::State& state) {

@@ -129,6 +129,11 @@ std::optional<std::string> readSocketPath(ConfigTable& table, std::string_view k
 void readAttributeLog(ConfigTable& root, AgentConfig& config) {
     if (auto table = root.table("attributeLog")) {
         config.attributeLogPath = readSocketPath(*table, "path", Presence::required);
+        if (config.attributeLogPath && (config.attributeLogPath == config.control.path ||
+                                        config.attributeLogPath == config.control.readOnlyPath)) {
+            table->errorIs(table->lineOf("path"), "path",
+                           "expected another path than those of the control sockets");
+        }
         table->finish();
     }
 }
@@ -137,6 +142,10 @@ void readControl(ConfigTable& root, AgentConfig& config) {
     if (auto table = root.table("control")) {
         config.control.path = readSocketPath(*table, "path", Presence::optional);
         config.control.readOnlyPath = readSocketPath(*table, "readOnlyPath", Presence::optional);
+        if (config.control.path && config.control.readOnlyPath == config.control.path) {
+            table->errorIs(table->lineOf("readOnlyPath"), "readOnlyPath",
+                           "expected another path than that of the other socket");
+        }
         table->finish();
     }
 }

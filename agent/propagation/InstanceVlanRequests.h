@@ -13,6 +13,7 @@ class InstanceVlanRequests final : public VlanRequests {
 
     void declare(Platform::IntfId port, std::uint16_t vlan, bool isNew) override;
     void withdraw(Platform::IntfId port, std::uint16_t vlan) override;
+    void forget(Platform::IntfId port, std::uint16_t vlan) override;
 
   private:
     void request(Platform::IntfId port, std::uint16_t vlan, std::uint8_t event);

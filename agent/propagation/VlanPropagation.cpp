@@ -216,7 +216,6 @@ bool VlanPropagation::joinIndicated(const MrpAttribute& attribute, bool isNew) {
     VlanState& state = vlans_[vlan];
     if (state.forbidden.has(*slot)) {
         ++counters_.forbidden;
-        state.registered.erase(*slot);  // from before it was forbidden: discarded by the engine too
         return true;
     }
     const bool known = state.registered.has(*slot);
@@ -360,6 +359,14 @@ std::size_t VlanPropagation::workOff(std::uint16_t vlan) {
             ++counters_.declared;
             const bool isNew = (asNew & PortSet::bitOf(slot)) != 0;
             dispatch([&] { requests_.declare(slots_.port(slot), vlan, isNew); });
+        });
+    }
+    // Registered before it was forbidden (Registration Forbidden, clause 10.7.2).
+    for (std::size_t i = 0; i < slots_.words(); ++i) {
+        const Word outlawed = state.registered.word(i) & state.forbidden.word(i);
+        state.registered.wordIs(i, state.registered.word(i) & ~outlawed);
+        PortSet::forEach(i, outlawed, [&](Slot slot) {
+            dispatch([&] { requests_.forget(slots_.port(slot), vlan); });
         });
     }
     return static_cast<std::size_t>(counters_.declared + counters_.withdrawn - before);

@@ -17,6 +17,9 @@ class VlanRequests {
 
     virtual void declare(Platform::IntfId port, std::uint16_t vlan, bool isNew) = 0;
     virtual void withdraw(Platform::IntfId port, std::uint16_t vlan) = 0;
+    // Ends a registration without a word to anybody; what the neighbour says of the VLAN next is a
+    // join like the first.
+    virtual void forget(Platform::IntfId port, std::uint16_t vlan) = 0;
 };
 
 }  // namespace MrpAgent

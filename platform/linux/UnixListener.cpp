@@ -31,12 +31,21 @@ bool leftBehind(const sockaddr_un& address) {
            errno == ECONNREFUSED;
 }
 
+// Before the lock's file is made beside somebody else's.
+void requireNoFile(const std::string& path) {
+    struct stat file {};
+    if (::lstat(path.c_str(), &file) == 0 && !S_ISSOCK(file.st_mode)) {
+        throw std::system_error(EEXIST, std::generic_category(),
+                                path + ": there is a file that is no socket");
+    }
+}
+
 }  // namespace
 
 UnixListener::UnixListener(std::string path, mode_t mode, EpollActivityManager& activityManager,
                            EpollActivityManager::Callback ready)
     : path_(std::move(path)),
-      lock_(path_),
+      lock_((requireNoFile(path_), path_)),
       activityManager_(activityManager),
       ready_(std::move(ready)),
       watchAlarm_(activityManager.clock(), [this] { watch(); }) {
@@ -67,11 +76,7 @@ void UnixListener::bindTo(mode_t mode) {
     const ScopeGuard restore([before] { ::umask(before); });
     int result = ::bind(socket_.get(), general(address), sizeof(address));
     if (result < 0 && errno == EADDRINUSE) {
-        struct stat file {};
-        if (::lstat(address.sun_path, &file) == 0 && !S_ISSOCK(file.st_mode)) {
-            throw std::system_error(EEXIST, std::generic_category(),
-                                    path_ + ": there is a file that is no socket");
-        }
+        requireNoFile(path_);
         if (leftBehind(address)) {
             ::unlink(path_.c_str());
         }

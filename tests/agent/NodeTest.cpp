@@ -124,6 +124,24 @@ TEST_F(NodeTest, declarationsOfTheConfigurationAndOfRequests) {
     loop.runUntil(5);
     EXPECT_FALSE(west.at("nw", 21).registered);
     EXPECT_FALSE(west.at("nw", 30).registered);
+    // What is forbidden while it is registered is registered no more, until it is allowed again.
+    const auto forbidden =
+        configOf(bridgeConfig + std::string("vlans = [{ids = 22, registration = 'forbidden', "
+                                            "interfaces = ['n2']}]"))
+            .declarations;
+    EXPECT_EQ(east.node.declare(declarations("{ids = 22}")), std::nullopt);
+    loop.runUntil(6);
+    EXPECT_TRUE(west.at("nw", 22).registered);
+    EXPECT_EQ(bridge.node.declare(forbidden), std::nullopt);
+    loop.runUntil(30);
+    EXPECT_FALSE(bridge.at("n2", 22).registered);
+    EXPECT_EQ(bridge.node.instances()[0]->mrpSm().mrpGetAttrFromDatabase(IntfId("n2"),
+                                                                         Mrp::vlanType, 22, true),
+              nullptr);
+    EXPECT_FALSE(west.at("nw", 22).registered);
+    EXPECT_EQ(bridge.node.withdraw(forbidden), std::nullopt);
+    loop.runUntil(50);
+    EXPECT_TRUE(west.at("nw", 22).registered);
     // One of every port cannot be taken back on one of them.
     AgentConfig everywhere;
     everywhere.bridge.name = "br0";
@@ -131,7 +149,7 @@ TEST_F(NodeTest, declarationsOfTheConfigurationAndOfRequests) {
     everywhere.declarations.front().interfaces.clear();
     east.node.configIs(everywhere);
     EXPECT_THAT(east.node.withdraw(declarations("{ids = 40}")), testing::Optional(testing::_));
-    loop.runUntil(6);
+    loop.runUntil(51);
     EXPECT_TRUE(west.at("nw", 40).registered);
 }
 
