@@ -70,10 +70,14 @@ same completion "from-capture" "$(completed mrp-lab from)"
 same completion "--interface" "$(completed mrp-lab from-capture --int)"
 same completion "replay/end.jsonl" "$(completed mrp-lab replay replay/en)"
 # An option that the program does not have, or has and is not completed.
-for words in mrp-agent "mrp-lab replay" "mrp-lab decode" "mrp-lab from-capture"; do
+for words in mrp-agent "mrp-lab replay" "mrp-lab decode" "mrp-lab from-capture" mrpctl \
+    "mrpctl "{"show "{ports,vlans,attributes,streams,domain,counters,timers,log},watch} \
+    "mrpctl "{"declare "{vlan,talker,listener,domain},"withdraw "{vlan,stream,domain}} \
+    "mrpctl "{"wait "{vlan,stream},"clear counters"}; do
     read -ra command <<<"$words"
-    help=$("$(find "$prefix" -name "${command[0]}" -perm -u+x -path '*bin/*')" \
-        "${command[@]:1}" --help)
+    program=$(find "$prefix" -name "${command[0]}" -perm -u+x -path '*bin/*')
+    help=$("$program" "${command[@]:1}" --help)
+    [ "${command[0]}" != mrpctl ] || help+=$("$program" --help)  # the general ones
     same "options of $words" "$(grep -oE -- '--[a-z][a-z-]*' <<<"$help" | sort -u)" \
         "$(completed "${command[@]}" -- | tr ' ' '\n' | sort -u)"
 done
