@@ -17,15 +17,10 @@ namespace MrpAgent {
 //
 //     const ServiceEnvironment environment = ServiceEnvironment::ofProcess();
 //     ServiceLog log(activityManager, environment);
-//     Platform::logSinkIs([&log](const Platform::LogHandle& handle, const std::string& text) {
+//     Platform::logSinkIs([&](const Platform::LogHandle& handle, const std::string& text) {
 //         log.handleLog(handle, text);
 //     });
 //     const Platform::ScopeGuard restoreLog([] { Platform::logToStandardError(); });
-//     ServiceManager serviceManager(activityManager, environment);
-//     Agent agent(activityManager, config, [&log](const std::string& message) { log.tell(message);
-//     }); …                               // agent.start() serviceManager.ready();
-//     activityManager.run();
-//     serviceManager.stopping();
 class ServiceLog final {
   public:
     static constexpr int informational = 6;  // severities are those of Platform::LogHandle
