@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "agent/status/StatusJson.h"
 
@@ -20,6 +21,8 @@ class AnswerOutput {
 
     // Behind the rows before. Calls nobody back.
     virtual void rowIs(const Json& row) = 0;
+    // The same of a row that is a line already.
+    virtual void rowLineIs(const std::string& row) { rowIs(Json::parse(row)); }
     // The octets that the client has not taken.
     virtual std::size_t waiting() const = 0;
     // Has the answer's work() called soon, from the event loop.

@@ -55,7 +55,10 @@ class AttributeFilter final {
     bool fitsVlan(std::uint16_t value) const { return !vlans_ || vlans_->test(value); }
     bool fitsStream(Mrp::AttributeKey key) const { return !streams_ || streams_->contains(key); }
     bool fitsState(const Mrp::MrpAttrDatabase& record) const {
-        return !states_ || states_->fits(record.applicantState(), record.registrarState());
+        return fitsStates(record.applicantState(), record.registrarState());
+    }
+    bool fitsStates(Mrp::MrpApplicantState applicant, Mrp::MrpRegistrarState registrar) const {
+        return !states_ || states_->fits(applicant, registrar);
     }
     bool fits(Mrp::MrpApplication app, const Mrp::MrpAttribute& attribute) const;
 

@@ -176,8 +176,8 @@ void ControlClient::tellError(const RequestError& error) {
     tellEnd({{"ok", false}, {"code", error.code()}, {"text", error.what()}});
 }
 
-void ControlClient::rowIs(const Json& row) {
-    add("{\"id\": " + id_ + ", \"row\": " + jsonLine(row) + "}");
+void ControlClient::rowLineIs(const std::string& row) {
+    add("{\"id\": " + id_ + ", \"row\": " + row + "}");
     // Rows that come in a burst would find no room otherwise, however fast they are read.
     if (queue_.waiting() >= triedAt_ + UnixLineQueue::sendOctets) {
         send();

@@ -50,7 +50,8 @@ class ControlClient final : public TurnQueue::Worker,
     bool work() override;
 
   private:
-    void rowIs(const Json& row) override;
+    void rowIs(const Json& row) override { rowLineIs(jsonLine(row)); }
+    void rowLineIs(const std::string& row) override;
     std::size_t waiting() const override { return queue_.waiting(); }
     void workSoon() override { parts_.turns.add(shared_from_this()); }
 

@@ -42,7 +42,8 @@ class ControlNode {
     ControlNode& operator=(const ControlNode&) = delete;
     virtual ~ControlNode() = default;
 
-    // The members of `show agent` that are the node's: all but "control".
+    // The members of `show agent` that are the node's: all but "version" and
+    // "control".
     virtual Json agentJson() const = 0;
     // By name.
     virtual std::vector<Port> ports() const = 0;
@@ -57,6 +58,8 @@ class ControlNode {
     // Ends them, or none: an attribute (application, type and key; the value does not matter) on
     // those of its interfaces.
     virtual std::optional<std::string> withdraw(const std::vector<Declaration>& declarations) = 0;
+    // All that it declares or forbids by itself, wherever and whether or not its ports are up.
+    virtual std::vector<Declaration> declarations() const = 0;
     // A standby node becomes active. Why not?
     virtual std::optional<std::string> activate() = 0;
     virtual std::vector<Finding> examine() const = 0;

@@ -56,7 +56,8 @@ void refuseFor(const std::optional<std::string>& obstacle) {
 
 }  // namespace
 
-ControlRequests::ControlRequests(Parts parts) : parts_(std::move(parts)) {}
+ControlRequests::ControlRequests(Parts parts)
+    : parts_(std::move(parts)), changes_(parts_.node, parts_.wallClock, parts_.changeLimit) {}
 
 std::unique_ptr<Answer> ControlRequests::answer(const Json& request, ControlAccess access,
                                                 AnswerOutput& output) {
@@ -104,6 +105,7 @@ std::unique_ptr<Answer> ControlRequests::show(RequestMembers& members, AnswerOut
     if (what == "agent") {
         members.finish();
         Json agent = node.agentJson();
+        agent["version"] = parts_.version;
         agent["control"] = parts_.status();
         rows = std::make_unique<ReadyRows>(std::vector<Json>{std::move(agent)});
     } else if (what == "ports") {
@@ -143,8 +145,8 @@ std::unique_ptr<Answer> ControlRequests::show(RequestMembers& members, AnswerOut
 std::unique_ptr<Answer> ControlRequests::watch(RequestMembers& members, AnswerOutput& output) {
     const auto limit = members.count("limit");
     AttributeFilter filter = filterOf(members, AttributeFilter::all);
-    return std::make_unique<WatchAnswer>(parts_.node, std::move(filter), limit, parts_.wallClock,
-                                         output);
+    return std::make_unique<WatchAnswer>(changes_, parts_.node, std::move(filter), limit,
+                                         parts_.wallClock, output);
 }
 
 std::unique_ptr<Answer> ControlRequests::wait(RequestMembers& members, AnswerOutput& output) {

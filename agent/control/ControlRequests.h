@@ -2,11 +2,13 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "agent/control/Answer.h"
 #include "agent/control/AttributeAges.h"
 #include "agent/control/ControlNode.h"
 #include "agent/control/LogMemory.h"
+#include "agent/control/RecordChanges.h"
 #include "agent/control/RequestMembers.h"
 
 namespace MrpAgent {
@@ -23,6 +25,8 @@ class ControlRequests final {
         Platform::Clock& clock;
         WallClock wallClock;
         std::function<Json()> status;  // of the control sockets
+        std::string version = {};      // of the program
+        std::size_t changeLimit = RecordChanges::usualLimit;
     };
 
     explicit ControlRequests(Parts parts);
@@ -44,6 +48,7 @@ class ControlRequests final {
     std::unique_ptr<Answer> doctor(RequestMembers& members, AnswerOutput& output);
 
     Parts parts_;
+    RecordChanges changes_;
     const Json* request_ = nullptr;  // in hand
 };
 

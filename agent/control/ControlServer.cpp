@@ -27,7 +27,7 @@ ControlServer::ControlServer(ControlNode& node, const LogMemory& log,
       parameters_(std::move(parameters)),
       ages_(activityManager.clock()),
       requests_({node, ages_, log, activityManager.clock(), parameters_.wallClock,
-                 [this] { return status(); }}),
+                 [this] { return status(); }, parameters_.version, parameters_.changeLimit}),
       turns_(activityManager) {}
 
 ControlServer::~ControlServer() = default;
@@ -66,10 +66,12 @@ void ControlServer::handleClients(Linux::UnixListener& listener, ControlAccess a
         if (!socket) {
             return;
         }
-        if (clients_.size() < clientLimit) {
+        const std::size_t limit =
+            access == ControlAccess::readWrite ? clientLimit : clientLimit - reservedClients;
+        if (clients_.size() < limit) {
             clientIs(std::move(socket), access);
         } else {
-            refuse(socket);
+            refuse(socket, limit);
         }
     }
 }
@@ -86,11 +88,11 @@ void ControlServer::clientIs(FileDescriptor socket, ControlAccess access) {
     clients_.insert(client);
 }
 
-void ControlServer::refuse(const FileDescriptor& socket) {
+void ControlServer::refuse(const FileDescriptor& socket, std::size_t limit) {
     ++refused_;
     const Json end = {{"ok", false},
                       {"code", RequestError::busy},
-                      {"text", "there are " + std::to_string(clientLimit) + " clients already"}};
+                      {"text", "there are " + std::to_string(limit) + " clients already"}};
     const std::string line = jsonLine({{"mrpControl", protocolVersion}, {"end", end}}) + "\n";
     static_cast<void>(::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT));
     std::array<char, 4096> unread;  // closed with octets unread, it would look like a failure

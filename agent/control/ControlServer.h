@@ -34,10 +34,13 @@ class ControlServer final {
         WallClock wallClock = std::chrono::system_clock::now;
         // How long a client may take nothing of what waits for it.
         Platform::Seconds patience = 30;
+        // How many changes wait for clients that watch.
+        std::size_t changeLimit = RecordChanges::usualLimit;
     };
 
     static constexpr std::size_t clientLimit = 128;
-    static constexpr unsigned pathMode = 0660;  // of the sockets' files
+    static constexpr std::size_t reservedClients = 8;  // the last of them, for those that may write
+    static constexpr unsigned pathMode = 0660;         // of the sockets' files
 
     ControlServer(ControlNode& node, const LogMemory& log,
                   Platform::Linux::EpollActivityManager& activityManager, Parameters parameters);
@@ -57,7 +60,7 @@ class ControlServer final {
   private:
     void handleClients(Platform::Linux::UnixListener& listener, ControlAccess access);
     void clientIs(Platform::Linux::FileDescriptor socket, ControlAccess access);
-    void refuse(const Platform::Linux::FileDescriptor& socket);
+    void refuse(const Platform::Linux::FileDescriptor& socket, std::size_t limit);
     Json greeting() const;
 
     ControlNode& node_;

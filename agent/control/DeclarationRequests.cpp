@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
+#include <tuple>
 #include <utility>
 
 #include "agent/config/DeclarationReader.h"
 #include "agent/config/IdText.h"
 #include "agent/control/AttributeFilter.h"
 #include "agent/control/RequestError.h"
-#include "agent/control/VisibleRecords.h"
 
 namespace MrpAgent {
 
@@ -99,19 +100,27 @@ std::vector<Declaration> read(const Json& request, const ControlNode& node,
     return std::move(config.declarations);
 }
 
-bool isDeclared(const Declaration& declaration, const ControlNode& node) {
-    for (const auto& instance : node.instances()) {
-        const MrpSm& mrpSm = instance->mrpSm();
-        for (IntfId port = nextInterface(mrpSm, {});
-             instance->application() == declaration.application && !port.empty();
-             port = nextInterface(mrpSm, port)) {
-            if (declaration.concerns(port.name()) &&
-                instance->declares({port, declaration.attributeType, declaration.key})) {
-                return true;
-            }
-        }
+using Attribute = std::tuple<MrpApplication, AttributeType, AttributeKey>;
+
+Attribute attributeOf(const Declaration& declaration) {
+    return {declaration.application, declaration.attributeType, declaration.key};
+}
+
+// What the node declares by itself, by attribute.
+std::multimap<Attribute, Declaration> declaredOf(const ControlNode& node) {
+    std::multimap<Attribute, Declaration> declared;
+    for (Declaration& declaration : node.declarations()) {
+        const Attribute attribute = attributeOf(declaration);
+        declared.emplace(attribute, std::move(declaration));
     }
-    return false;
+    return declared;
+}
+
+// Whether it is on any of the same ports.
+bool meets(const Declaration& a, const Declaration& b) {
+    return a.interfaces.empty() || b.interfaces.empty() ||
+           std::any_of(a.interfaces.begin(), a.interfaces.end(),
+                       [&b](const std::string& name) { return b.concerns(name); });
 }
 
 }  // namespace
@@ -121,6 +130,12 @@ std::vector<Declaration> declarationsOf(const Json& request, const ControlNode& 
 }
 
 std::vector<Declaration> withdrawalsOf(const Json& request, const ControlNode& node) {
+    const auto all = declaredOf(node);
+    const auto isDeclared = [&all](const Declaration& declaration) {
+        const auto [begin, end] = all.equal_range(attributeOf(declaration));
+        return std::any_of(begin, end,
+                           [&](const auto& there) { return meets(there.second, declaration); });
+    };
     std::vector<Declaration> result;
     bool declared = false;  // some attribute of the stream in hand
     for (Declaration& declaration : read(request, node, &DeclarationReader::readWithdrawals)) {
@@ -128,7 +143,7 @@ std::vector<Declaration> withdrawalsOf(const Json& request, const ControlNode& n
                             declaration.attributeType <= listenerType;
         // Those of a stream follow each other, the talkers first.
         declared = declared && declaration.attributeType != talkerAdvertiseType;
-        if (!stream || isDeclared(declaration, node)) {
+        if (!stream || isDeclared(declaration)) {
             declared = true;
             result.push_back(std::move(declaration));
         } else if (declaration.attributeType == listenerType && !declared) {

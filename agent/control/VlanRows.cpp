@@ -74,7 +74,8 @@ bool VlanRows::next(Row& row) {
             }
         };
         const VlanPropagation::Membership part = membership(*instance, port, vlan);
-        add("registered", part.registered);
+        // What a neighbour declares of a VLAN that is forbidden is discarded (clause 10.7.2).
+        add("registered", part.registered && part.registration != Registration::forbidden);
         add("fixed", part.registration == Registration::fixed);
         add("forbidden", part.registration == Registration::forbidden);
         add("configured", part.configured);

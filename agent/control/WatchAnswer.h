@@ -7,29 +7,25 @@
 #include "agent/control/Answer.h"
 #include "agent/control/AttributeFilter.h"
 #include "agent/control/ControlNode.h"
-#include "agent/control/WallTime.h"
+#include "agent/control/RecordChanges.h"
 
 namespace MrpAgent {
 
-// Tells a client of changes as they come, until its next request or a number of rows. What it does
-// not read fast enough is lost, and counted. Without one nobody follows the node.
-class WatchAnswer final : public Answer {
+// Tells a client of changes as fast as it reads them, until its next request or a number of rows.
+class WatchAnswer final : public Answer, private RecordChanges::Reader {
   public:
-    static constexpr std::size_t queueLimit = 1024U * 1024U;  // octets that wait for the client
-
-    // Node and output outlive it. `limit`: the number of rows after which it ends.
-    WatchAnswer(ControlNode& node, AttributeFilter filter, std::optional<std::uint64_t> limit,
-                WallClock wallClock, AnswerOutput& output);
+    // Changes, node and output outlive it. `limit`: the number of rows after which it ends.
+    WatchAnswer(RecordChanges& changes, ControlNode& node, AttributeFilter filter,
+                std::optional<std::uint64_t> limit, WallClock wallClock, AnswerOutput& output);
 
     State work() override;
     bool endsByRequest() const override { return true; }
 
   private:
-    void handleRecord(Mrp::MrpApplication application, const Mrp::MrpAttribute& attribute,
-                      const Mrp::MrpAttrDatabase* record);
+    void handleChanges() override { output_.workSoon(); }
+    void tell(const char* change, const Json& members);
+    bool tellChange(const RecordChanges::Change& change);
     void tellPorts();
-    template <class Fill>
-    void tell(const char* change, Fill fill);
     bool done() const { return limit_ && told_ >= *limit_; }
 
     ControlNode& node_;
@@ -38,10 +34,9 @@ class WatchAnswer final : public Answer {
     WallClock wallClock_;
     AnswerOutput& output_;
     std::uint64_t told_ = 0;
-    std::uint64_t lost_ = 0;  // since the client was last told
     bool portsDue_ = false;
     std::vector<ControlNode::Port> ports_;  // as told, by name
-    std::vector<Platform::Reactor> reactors_;
+    Platform::Reactor portsReactor_;
 };
 
 }  // namespace MrpAgent

@@ -36,6 +36,7 @@ struct NodeStandIn final : ControlNode {
         withdrawn = some;
         return obstacle;
     }
+    std::vector<Declaration> declarations() const override { return declared; }
     std::optional<std::string> activate() override { return "it is active"; }
     std::vector<Finding> examine() const override {
         return {{Finding::Severity::warning, "no bridge", ""}};
@@ -101,15 +102,19 @@ class Control : public testing::Test {
                 node.instances_.back()->enable(IntfId(device->name()));
             }
         }
-        server.emplace(node, log, manager, parametersOf());
-        server->listen();
+        serverIs([](auto&) {});
     }
-    ControlServer::Parameters parametersOf() const {
+    // In place of the one before.
+    template <class Set>
+    void serverIs(Set set) {
         ControlServer::Parameters parameters;
         parameters.path = path;
         parameters.readOnlyPath = path + "-ro";
         parameters.wallClock = [] { return WallTime(std::chrono::milliseconds(1500)); };
-        return parameters;
+        set(parameters);
+        server.reset();
+        server.emplace(node, log, manager, parameters);
+        server->listen();
     }
     void TearDown() override {
         server.reset();
