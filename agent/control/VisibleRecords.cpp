@@ -16,8 +16,7 @@ const typename Map::value_type* behind(const Map& map, const Key& key) {
     return found != map.end() ? &*found : nullptr;
 }
 
-const MrpIntfTypeApplicant::Records* recordsOf(const MrpSm& mrpSm, IntfId intfId,
-                                               AttributeType attributeType) {
+const RecordMap* recordsOf(const MrpSm& mrpSm, IntfId intfId, AttributeType attributeType) {
     const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     const MrpIntfTypeApplicant* type =
@@ -40,9 +39,10 @@ std::optional<VisibleRecord> nextRecord(const MrpSm& mrpSm, IntfId intfId,
                       added->first.attributeType == attributeType;
     if (const auto* records = recordsOf(mrpSm, intfId, attributeType)) {
         const auto committed = records->lower_bound(from);
-        if (committed != records->end() && (!adds || committed->first < added->first.key)) {
-            const bool leaves = mrpSm.deletePending({intfId, attributeType, committed->first});
-            return VisibleRecord{committed->first, leaves ? nullptr : committed->second.get()};
+        if (committed != records->end() && (!adds || (*committed).key < added->first.key)) {
+            const auto [key, record] = *committed;
+            const bool leaves = mrpSm.deletePending({intfId, attributeType, key});
+            return VisibleRecord{key, leaves ? nullptr : record};
         }
     }
     return adds ? std::optional(VisibleRecord{added->first.key, added->second.get()})

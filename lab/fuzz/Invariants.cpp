@@ -41,7 +41,7 @@ void checkPendingSets(const MrpSm& mrpSm) {
 // A key without a record, which a received LeaveAll prunes, only comes of a call of addToAttrIter.
 void checkIterationSets(const MrpSm& mrpSm) {
     for (const auto& [key, set] : mrpSm.mrpAttrIter()) {
-        for (const auto& [attributeKey, present] : set->attributeKey()) {
+        for (const AttributeKey attributeKey : set->attributeKey()) {
             const MrpAttribute attribute{key.intfId, key.attributeType, attributeKey};
             if (!visible(mrpSm, attribute) && !mrpSm.deletePending(attribute)) {
                 broken("an iteration set holds what is not there", attribute);
@@ -86,7 +86,7 @@ void forEachRecord(const MrpSm& mrpSm, Check check) {
     for (const auto& [intfId, types] : database->attrDatabase()) {
         for (const auto& [type, records] : types->intfTypeApplicant()) {
             for (const auto& [key, record] : records->mrpAttribute()) {
-                if (mrpSm.mrpGetAttrFromDatabase(intfId, type, key, true) == record.get()) {
+                if (mrpSm.mrpGetAttrFromDatabase(intfId, type, key, true) == record) {
                     check(MrpAttribute{intfId, type, key}, *record);
                 }
             }

@@ -93,7 +93,7 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     if (const auto* type = intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr) {
         committed.reserve(type->mrpAttribute().size());
-        for (const auto& [key, record] : type->mrpAttribute()) {
+        for (const AttributeKey key : type->mrpAttribute().keys()) {
             if (!deletePending({intfId, attributeType, key})) {
                 committed.push_back(key);
             }
@@ -143,15 +143,13 @@ Ptr<MrpAttrDatabase> MrpSm::mrpAddAttrToDatabase(IntfId intfId, AttributeType at
     return record;
 }
 
-Ptr<MrpAttrDatabase> MrpSm::createEntryInDatabase(IntfId intfId, AttributeType attributeType,
-                                                  AttributeKey key) {
-    MrpApplicationDatabase* database = applicationDatabase();
-    if (database == nullptr) {
-        return nullptr;
+void MrpSm::createEntryInDatabase(const MrpAttribute& attribute,
+                                  const Ptr<MrpAttrDatabase>& record) {
+    if (MrpApplicationDatabase* database = applicationDatabase()) {
+        database->attrDatabaseIs(attribute.intfId)
+            ->intfTypeApplicantIs(attribute.attributeType)
+            ->mrpAttributeIs(record);
     }
-    return database->attrDatabaseIs(intfId)
-        ->intfTypeApplicantIs(attributeType)
-        ->mrpAttributeIs(key);
 }
 
 void MrpSm::committedRecordDel(const MrpAttribute& attribute) {
@@ -214,7 +212,7 @@ bool MrpSm::msrpRxVectorSameAsDatabaseAttr() {
                                                                  MrpApplication::msrp);
     const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false);
     return record && !octets.empty() &&
-           std::equal(octets.begin(), octets.end(), record->attributeValue().begin());
+           std::ranges::equal(octets, record->attributeValue().first(octets.size()));
 }
 
 bool MrpSm::mvrpRxVectorSameAsDatabaseAttr() const {
@@ -253,7 +251,7 @@ void MrpSm::fillImages(const MrpAttribute& attribute, MrpApplication application
         return;
     }
     if (const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false)) {
-        std::copy_n(record->attributeValue().begin(), rx.size(), rx.begin());
+        std::ranges::copy(record->attributeValue().first(rx.size()), rx.begin());
     } else {
         std::fill(rx.begin(), rx.end(), std::uint8_t{0});
     }
@@ -282,7 +280,7 @@ void MrpSm::fillMsrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& p
         mrpGetAttrFromDatabase(intfId, domainType, key.attributeKey, true);
     if (record != nullptr) {
         const auto tx = mrpLib_->txImage().octets(domainType, MrpApplication::msrp);
-        std::copy_n(record->attributeValue().begin(), tx.size(), tx.begin());
+        std::ranges::copy(record->attributeValue().first(tx.size()), tx.begin());
     }
 }
 

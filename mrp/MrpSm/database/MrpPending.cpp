@@ -60,7 +60,8 @@ Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
     if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
         return Ptr<MrpAttrDatabase>(pending);
     }
-    Ptr<MrpAttrDatabase> record = makePtr<MrpAttrDatabase>(attribute.key);
+    Ptr<MrpAttrDatabase> record = MrpAttrDatabase::make(
+        attribute.key, mrpSizeOfStoredValue(attribute.attributeType, mrpLib_->application()));
     addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     addPendingAttrIs(attribute, record);
     deletePendingAttrDel(attribute);
@@ -100,11 +101,7 @@ bool MrpDatabaseAddSm::pendingEmpty() const {
 
 void MrpDatabaseAddSm::reviewFirst() {
     const auto [attribute, pending] = *mrpSm().addPendingAttr().begin();
-    const Ptr<MrpAttrDatabase> committed =
-        mrpSm().createEntryInDatabase(attribute.intfId, attribute.attributeType, attribute.key);
-    if (committed && pending) {
-        committed->copyFrom(*pending);
-    }
+    mrpSm().createEntryInDatabase(attribute, pending);
     mrpSm().addPendingAttrDel(attribute);
 }
 
@@ -136,7 +133,7 @@ Ptr<MrpAttrIter> MrpSm::mrpAttrIterIs(const MrpAttrIter::Key& key) {
 }
 
 void MrpSm::addToAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
-    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key, true);
+    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key);
 }
 
 void MrpSm::removeFromAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {

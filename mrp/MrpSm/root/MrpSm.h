@@ -222,9 +222,8 @@ class MrpSm final : public RefCounted {
     // `fromTxImage` is set, else of the received one). An existing one is reset likewise.
     Ptr<MrpAttrDatabase> mrpAddAttrToDatabase(IntfId intfId, AttributeType attributeType,
                                               AttributeKey key, bool fromTxImage);
-    // A place in the committed database; null when a level cannot be had.
-    Ptr<MrpAttrDatabase> createEntryInDatabase(IntfId intfId, AttributeType attributeType,
-                                               AttributeKey key);
+    // Puts a record into the committed database, or what it says into the one that is there.
+    void createEntryInDatabase(const MrpAttribute& attribute, const Ptr<MrpAttrDatabase>& record);
     // Queues the attribute in hand for deletion.
     void mrpDeleteAttrFromDatabase();
     // Copies the value in hand into the record, from the transmit or the received image.
