@@ -22,14 +22,12 @@ Records visibleRecords(const MrpSm& mrpSm) {
             }
         }
     }
-    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
-        if (pending) {
-            records.erase(attribute);
-        }
-    }
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
-        records[attribute] = record.get();
-    }
+    mrpSm.deletePendingAttr().forEach(
+        [&](const MrpAttribute& attribute, const MrpAttrDatabase&) { records.erase(attribute); });
+    mrpSm.addPendingAttr().forEach(
+        [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
+            records[attribute] = &record;
+        });
     return records;
 }
 

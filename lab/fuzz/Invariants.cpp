@@ -31,11 +31,11 @@ bool inIterationSet(const MrpSm& mrpSm, const MrpAttribute& attribute) {
 }
 
 void checkPendingSets(const MrpSm& mrpSm) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
+    mrpSm.addPendingAttr().forEach([&](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         if (mrpSm.deletePendingAttr().contains(attribute)) {
             broken("both addition and deletion are pending", attribute);
         }
-    }
+    });
 }
 
 // A key without a record, which a received LeaveAll prunes, only comes of a call of addToAttrIter.
@@ -79,9 +79,7 @@ void checkRecord(const MrpSm& mrpSm, const MrpAttribute& attribute, const MrpAtt
 // Calls `check` with each record that look-ups show, and its attribute.
 template <class Check>
 void forEachRecord(const MrpSm& mrpSm, Check check) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
-        check(attribute, *record);
-    }
+    mrpSm.addPendingAttr().forEach(check);
     const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
     for (const auto& [intfId, types] : database->attrDatabase()) {
         for (const auto& [type, records] : types->intfTypeApplicant()) {
@@ -198,14 +196,14 @@ std::set<MrpAttribute> leaving(const MrpSm& mrpSm) {
 }
 
 void checkAtRest(MrpSm& mrpSm, const std::set<MrpAttribute>& left) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
+    mrpSm.addPendingAttr().forEach([](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         broken("an addition stays pending", attribute);
-    }
-    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
+    });
+    mrpSm.deletePendingAttr().forEach([&](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         if (!left.contains(attribute)) {
             broken("a deletion stays pending", attribute);
         }
-    }
+    });
     forEachRecord(mrpSm, [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
         const bool hasLeaveAll = mrpSm.pamCollection()->has(attribute.intfId) &&
                                  attribute.attributeType <= mrpSm.maxAttrTypes() &&

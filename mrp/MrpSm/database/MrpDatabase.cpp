@@ -79,7 +79,7 @@ MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attr
                                                AttributeKey key, bool lookInAddPending) const {
     const MrpAttribute attribute{intfId, attributeType, key};
     if (lookInAddPending) {
-        if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
+        if (MrpAttrDatabase* pending = addPendingAttr_.find(attribute)) {
             return pending;
         }
     }
@@ -92,24 +92,20 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
     const MrpApplicationDatabase* database = applicationDatabase();
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     if (const auto* type = intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr) {
+        const RecordMap* deleted = deletePendingAttr_.records(intfId, attributeType);
         committed.reserve(type->mrpAttribute().size());
-        for (const AttributeKey key : type->mrpAttribute().keys()) {
-            if (!deletePending({intfId, attributeType, key})) {
-                committed.push_back(key);
-            }
-        }
+        std::ranges::copy_if(type->mrpAttribute().keys(), std::back_inserter(committed),
+                             [deleted](AttributeKey key) {
+                                 return deleted == nullptr || deleted->find(key) == nullptr;
+                             });
     }
-    std::vector<AttributeKey> pending;
-    for (auto entry = addPendingAttr_.lower_bound({intfId, attributeType, 0});
-         entry != addPendingAttr_.end() && entry->first.intfId == intfId &&
-         entry->first.attributeType == attributeType;
-         ++entry) {
-        pending.push_back(entry->first.key);
+    const RecordMap* added = addPendingAttr_.records(intfId, attributeType);
+    if (added == nullptr) {
+        return committed;
     }
     std::vector<AttributeKey> keys;
-    keys.reserve(committed.size() + pending.size());
-    std::set_union(committed.begin(), committed.end(), pending.begin(), pending.end(),
-                   std::back_inserter(keys));
+    keys.reserve(committed.size() + added->size());
+    std::ranges::set_union(committed, added->keys(), std::back_inserter(keys));
     return keys;
 }
 
