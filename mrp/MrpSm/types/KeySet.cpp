@@ -18,10 +18,8 @@ bool KeySet::contains(AttributeKey key) const {
 }
 
 bool KeySet::insert(AttributeKey key) {
-    if (chunks_.empty() ||
-        (key > chunks_.back().keys.back() && chunks_.back().keys.size() == maxChunk)) {
-        chunks_.push_back({key, {key}});  // keys that come in order fill their chunks
-        ++size_;
+    if (chunks_.empty() || key > chunks_.back().keys.back()) {
+        append(key);
         return true;
     }
     std::size_t chunk = chunkOf(key);
@@ -38,6 +36,16 @@ bool KeySet::insert(AttributeKey key) {
     chunks_[chunk].first = keys.front();
     ++size_;
     return true;
+}
+
+// Keys that come in order fill their chunks.
+void KeySet::append(AttributeKey key) {
+    if (chunks_.empty() || chunks_.back().keys.size() == maxChunk) {
+        chunks_.push_back({key, {key}});
+    } else {
+        chunks_.back().keys.push_back(key);
+    }
+    ++size_;
 }
 
 void KeySet::split(std::size_t chunk) {

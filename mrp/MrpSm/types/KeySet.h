@@ -40,6 +40,7 @@ class KeySet {
     };
 
     std::size_t chunkOf(AttributeKey key) const;
+    void append(AttributeKey key);
     void split(std::size_t chunk);
     void joinSmall(std::size_t chunk);
 

@@ -160,10 +160,16 @@ Ptr<MrpIntfApplicant> MrpApplicationDatabase::attrDatabaseIs(IntfId intfId) {
 
 MrpAttrDatabase* MrpApplicationDatabase::record(IntfId intfId, AttributeType attributeType,
                                                 AttributeKey key) const {
-    const MrpIntfApplicant* intf = attrDatabase(intfId);
-    const MrpIntfTypeApplicant* type =
-        intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
-    return type != nullptr ? type->mrpAttribute(key) : nullptr;
+    if (last_ == nullptr || last_->intfId_ != intfId || last_->attributeType_ != attributeType) {
+        const MrpIntfApplicant* intf = attrDatabase(intfId);
+        const MrpIntfTypeApplicant* type =
+            intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
+        if (type == nullptr) {
+            return nullptr;
+        }
+        last_ = type;
+    }
+    return last_->mrpAttribute(key);
 }
 
 }  // namespace Mrp

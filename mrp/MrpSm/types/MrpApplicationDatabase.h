@@ -108,6 +108,9 @@ class MrpApplicationDatabase final : public Entity {
 
     MrpApplication application_;
     Interfaces interfaces_;
+    // The type of the last look-up: the next one is mostly of the same. Types stay as long as the
+    // database does.
+    mutable const MrpIntfTypeApplicant* last_ = nullptr;
     std::size_t recordCount_ = 0;
     std::map<LeaveAllKey, Seconds> leaveAllTime_;
     Notification<const MrpAttribute&, const MrpAttrDatabase*> recordChanged_;
