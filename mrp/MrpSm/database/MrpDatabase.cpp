@@ -78,13 +78,24 @@ MrpAttrDatabase* MrpSm::committedRecord(const MrpAttribute& attribute) const {
 MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attributeType,
                                                AttributeKey key, bool lookInAddPending) const {
     const MrpAttribute attribute{intfId, attributeType, key};
+    RecordInHand& inHand = recordInHand_;
     if (lookInAddPending) {
+        if (inHand.generation == databaseGeneration_ && inHand.attribute == attribute) {
+            return inHand.record.get();
+        }
         if (MrpAttrDatabase* pending = addPendingAttr_.find(attribute)) {
+            inHand = {attribute, Ptr<MrpAttrDatabase>(pending), databaseGeneration_};
             return pending;
         }
     }
     MrpAttrDatabase* record = committedRecord(attribute);
-    return record != nullptr && !deletePending(attribute) ? record : nullptr;
+    if (record == nullptr || deletePending(attribute)) {
+        return nullptr;
+    }
+    if (lookInAddPending && active_) {  // a standby's database is written by others too
+        inHand = {attribute, Ptr<MrpAttrDatabase>(record), databaseGeneration_};
+    }
+    return record;
 }
 
 std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attributeType) const {
@@ -110,22 +121,11 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
 }
 
 Ptr<MrpAttrDatabase> MrpSm::mrpGetAttribute(bool create) {
-    const MrpAttribute attribute = parseContext_->attribute();
-    RecordInHand& inHand = recordInHand_;
-    if (inHand.generation == databaseGeneration_ && inHand.attribute == attribute) {
-        return inHand.record;
-    }
-    MrpAttrDatabase* found =
-        mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, true);
-    Ptr<MrpAttrDatabase> record(found);
-    if (!record && create && applicationDatabase() != nullptr) {
-        record =
-            mrpAddAttrToDatabase(attribute.intfId, attribute.attributeType, attribute.key, false);
-    }
-    if (record) {
-        inHand = {attribute, record, databaseGeneration_};
-    }
-    return record;
+    const auto [intfId, attributeType, key] = parseContext_->attribute();
+    MrpAttrDatabase* found = mrpGetAttrFromDatabase(intfId, attributeType, key, true);
+    return found == nullptr && create && applicationDatabase() != nullptr
+               ? mrpAddAttrToDatabase(intfId, attributeType, key, false)
+               : Ptr<MrpAttrDatabase>(found);
 }
 
 // --- Making and removing ---

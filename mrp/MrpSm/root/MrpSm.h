@@ -298,7 +298,8 @@ class MrpSm final : public RefCounted {
     using MstiReactors = EntryReactors<std::string, Ptr<Stp::MstiStatus>, PortReactors>;
     using StpiReactors = EntryReactors<std::string, Ptr<Stp::StpiStatus>, MstiReactors>;
 
-    // The record found last, valid while nothing has been added to or removed from the database.
+    // The record that look-ups showed last, valid while nothing has been added to or removed from
+    // the database.
     struct RecordInHand {
         MrpAttribute attribute;
         Ptr<MrpAttrDatabase> record;

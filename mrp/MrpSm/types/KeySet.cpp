@@ -4,6 +4,18 @@
 
 namespace Mrp {
 
+namespace {
+
+// A chunk grows by little at a time: there may be ten thousands of them, most of them half full.
+void makeRoom(std::vector<AttributeKey>& keys) {
+    constexpr std::size_t few = 16;
+    if (keys.size() == keys.capacity()) {
+        keys.reserve(keys.size() + few);
+    }
+}
+
+}  // namespace
+
 // The chunk that has the key, or would have it; there is one.
 std::size_t KeySet::chunkOf(AttributeKey key) const {
     const auto behind = std::upper_bound(
@@ -32,7 +44,9 @@ bool KeySet::insert(AttributeKey key) {
     if (place != keys.end() && *place == key) {
         return false;
     }
-    keys.insert(place, key);
+    const auto index = place - keys.begin();
+    makeRoom(keys);
+    keys.insert(keys.begin() + index, key);
     chunks_[chunk].first = keys.front();
     ++size_;
     return true;
@@ -43,6 +57,7 @@ void KeySet::append(AttributeKey key) {
     if (chunks_.empty() || chunks_.back().keys.size() == maxChunk) {
         chunks_.push_back({key, {key}});
     } else {
+        makeRoom(chunks_.back().keys);
         chunks_.back().keys.push_back(key);
     }
     ++size_;
@@ -54,6 +69,7 @@ void KeySet::split(std::size_t chunk) {
     Chunk upper{keys[half], {keys.begin() + half, keys.end()}};
     chunks_.insert(chunks_.begin() + static_cast<std::ptrdiff_t>(chunk) + 1, std::move(upper));
     chunks_[chunk].keys.resize(half);
+    chunks_[chunk].keys.shrink_to_fit();
 }
 
 bool KeySet::erase(AttributeKey key) {

@@ -8,7 +8,7 @@
 
 namespace Mrp {
 
-// A set of attribute keys in ascending order, at about eleven octets a key. The keys lie in sorted
+// A set of attribute keys in ascending order, at about nine octets a key. The keys lie in sorted
 // chunks, so that one of a million is added or removed by moving some hundred of them. What is
 // added or removed ends every iterator: a walk whose body does so goes on behind the key that it
 // was at, or over a snapshot.
