@@ -51,10 +51,10 @@ void RecordMap::insert(Ptr<MrpAttrDatabase> record) {
 
 // What stood behind the record moves up, unless it would get in front of its home.
 Ptr<MrpAttrDatabase> RecordMap::erase(AttributeKey key) {
-    if (find(key) == nullptr) {
+    std::size_t free = slots_.empty() ? 0 : slotOf(key);
+    if (slots_.empty() || !slots_[free].record) {
         return nullptr;
     }
-    std::size_t free = slotOf(key);
     Ptr<MrpAttrDatabase> erased = std::move(slots_[free].record);
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t next = behind(free); slots_[next].record; next = behind(next)) {
