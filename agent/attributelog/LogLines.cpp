@@ -79,7 +79,7 @@ void LineWriter::record(std::string& lines, const MrpAttribute& attribute,
     if (record != nullptr) {
         const std::size_t size = mrpSizeOfStoredValue(attribute.attributeType, application_);
         lines += ",\"value\":\"";
-        appendHex(lines, std::span(record->attributeValue()).first(size));
+        appendHex(lines, record->attributeValue().first(size));
         lines += "\",\"applicant\":\"";
         lines += stringValue(record->applicantState());
         lines += "\",\"registrar\":\"";
@@ -187,7 +187,7 @@ Ptr<MrpAttrDatabase> recordOf(const Json& object, MrpApplication application,
     if (!applicant || !registrar) {
         throw Fault{"\"applicant\" or \"registrar\" is no state"};
     }
-    auto record = makePtr<MrpAttrDatabase>(attribute.key);
+    auto record = MrpAttrDatabase::make(attribute.key, octets.size());
     record->attributeValueIs(ValueIndex(0), octets);
     record->applicantStateIs(*applicant);
     record->registrarStateIs(*registrar);

@@ -30,7 +30,8 @@ bool walkRecords(const MrpApplicationDatabase& database, const std::optional<Mrp
             const auto& records = type->second->mrpAttribute();
             for (auto record = firstType ? records.upper_bound(begin.key) : records.begin();
                  record != records.end(); ++record) {
-                if (!act({intf->first, type->first, record->first}, *record->second)) {
+                const auto [key, entry] = *record;
+                if (!act({intf->first, type->first, key}, *entry)) {
                     return false;
                 }
             }

@@ -24,8 +24,7 @@ Json recordStates(const MrpAttrDatabase& record) {
 
 std::span<const std::uint8_t> recordOctets(MrpApplication application, AttributeType attributeType,
                                            const MrpAttrDatabase& record) {
-    return std::span(record.attributeValue())
-        .first(mrpSizeOfStoredValue(attributeType, application));
+    return record.attributeValue().first(mrpSizeOfStoredValue(attributeType, application));
 }
 
 Json ageJson(std::optional<Seconds> age) {

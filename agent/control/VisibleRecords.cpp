@@ -16,13 +16,24 @@ const typename Map::value_type* behind(const Map& map, const Key& key) {
     return found != map.end() ? &*found : nullptr;
 }
 
-const MrpIntfTypeApplicant::Records* recordsOf(const MrpSm& mrpSm, IntfId intfId,
-                                               AttributeType attributeType) {
+const RecordMap* recordsOf(const MrpSm& mrpSm, IntfId intfId, AttributeType attributeType) {
     const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     const MrpIntfTypeApplicant* type =
         intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
     return type != nullptr ? &type->mrpAttribute() : nullptr;
+}
+
+// The first record whose key is not below; nothing without one.
+std::optional<VisibleRecord> firstOf(const RecordMap* records, AttributeKey from) {
+    if (records != nullptr) {
+        const auto found = records->lower_bound(from);
+        if (found != records->end()) {
+            const auto [key, record] = *found;
+            return VisibleRecord{key, record};
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -34,19 +45,15 @@ std::optional<VisibleRecord> nextRecord(const MrpSm& mrpSm, IntfId intfId,
         return std::nullopt;
     }
     const AttributeKey from = after ? *after + 1 : 0;
-    const auto& pending = mrpSm.addPendingAttr();
-    const auto added = pending.lower_bound({intfId, attributeType, from});
-    const bool adds = added != pending.end() && added->first.intfId == intfId &&
-                      added->first.attributeType == attributeType;
-    if (const auto* records = recordsOf(mrpSm, intfId, attributeType)) {
-        const auto committed = records->lower_bound(from);
-        if (committed != records->end() && (!adds || committed->first < added->first.key)) {
-            const bool leaves = mrpSm.deletePending({intfId, attributeType, committed->first});
-            return VisibleRecord{committed->first, leaves ? nullptr : committed->second.get()};
-        }
+    const auto added = firstOf(mrpSm.addPendingAttr().records(intfId, attributeType), from);
+    auto committed = firstOf(recordsOf(mrpSm, intfId, attributeType), from);
+    if (!committed || (added && added->key <= committed->key)) {
+        return added;
     }
-    return adds ? std::optional(VisibleRecord{added->first.key, added->second.get()})
-                : std::nullopt;
+    if (mrpSm.deletePending({intfId, attributeType, committed->key})) {
+        committed->record = nullptr;
+    }
+    return committed;
 }
 
 IntfId nextInterface(const MrpSm& mrpSm, IntfId after) {
@@ -60,9 +67,8 @@ IntfId nextInterface(const MrpSm& mrpSm, IntfId after) {
         offer(behind(database->attrDatabase(), after));
     }
     offer(behind(mrpSm.desiredIntfDir()->values(), after));
-    const MrpAttribute last{after, std::numeric_limits<AttributeType>::max(),
-                            std::numeric_limits<AttributeKey>::max()};
-    if (const auto* added = behind(mrpSm.addPendingAttr(), last);
+    const MrpAttrIter::Key last{after, std::numeric_limits<AttributeType>::max()};
+    if (const auto* added = behind(mrpSm.addPendingAttr().types(), last);
         added != nullptr && (next.empty() || added->first.intfId < next)) {
         next = added->first.intfId;
     }

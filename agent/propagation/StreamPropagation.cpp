@@ -66,7 +66,7 @@ void StreamPropagation::resumeType(const MrpInstance& instance, IntfId port, Att
         const MrpAttrDatabase* record =
             instance.mrpSm().mrpGetAttrFromDatabase(port, type, key, true);
         if (record != nullptr && instance.declares(attribute)) {
-            const auto octets = std::span(record->attributeValue()).first(size);
+            const auto octets = record->attributeValue().first(size);
             declared_[attribute] = {octets.begin(), octets.end()};
         }
     }

@@ -22,7 +22,7 @@ std::vector<MrpAttribute> attributesOf(const MrpApplicationDatabase& database) {
     std::vector<MrpAttribute> attributes;
     for (const auto& [intfId, intf] : database.attrDatabase()) {
         for (const auto& [type, records] : intf->intfTypeApplicant()) {
-            for (const auto& [key, record] : records->mrpAttribute()) {
+            for (const AttributeKey key : records->mrpAttribute().keys()) {
                 attributes.push_back({intfId, type, key});
             }
         }

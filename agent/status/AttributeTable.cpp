@@ -17,19 +17,17 @@ Records visibleRecords(const MrpSm& mrpSm) {
         for (const auto& [intfId, intf] : database->attrDatabase()) {
             for (const auto& [type, applicant] : intf->intfTypeApplicant()) {
                 for (const auto& [key, record] : applicant->mrpAttribute()) {
-                    records[{intfId, type, key}] = record.get();
+                    records[{intfId, type, key}] = record;
                 }
             }
         }
     }
-    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
-        if (pending) {
-            records.erase(attribute);
-        }
-    }
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
-        records[attribute] = record.get();
-    }
+    mrpSm.deletePendingAttr().forEach(
+        [&](const MrpAttribute& attribute, const MrpAttrDatabase&) { records.erase(attribute); });
+    mrpSm.addPendingAttr().forEach(
+        [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
+            records[attribute] = &record;
+        });
     return records;
 }
 
@@ -40,7 +38,7 @@ std::vector<AttributeRow> attributeTable(const MrpInstance& instance) {
     for (const auto& [attribute, record] : visibleRecords(instance.mrpSm())) {
         const std::size_t size =
             mrpSizeOfStoredValue(attribute.attributeType, instance.application());
-        const auto octets = std::span(record->attributeValue()).first(size);
+        const auto octets = record->attributeValue().first(size);
         rows.push_back({attribute,
                         record->applicantState(),
                         record->registrarState(),

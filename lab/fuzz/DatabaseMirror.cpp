@@ -20,7 +20,8 @@ DatabaseMirror::DatabaseMirror(MrpApplicationDatabase& database) : database_(dat
 }
 
 DatabaseMirror::Record DatabaseMirror::recordOf(const MrpAttrDatabase& record) {
-    return {record.applicantState(), record.registrarState(), record.attributeValue()};
+    const auto value = record.attributeValue();
+    return {record.applicantState(), record.registrarState(), {value.begin(), value.end()}};
 }
 
 void DatabaseMirror::check() const {

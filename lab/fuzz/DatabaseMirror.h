@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include "mrp/MrpSm/types/MrpApplicationDatabase.h"
 
@@ -19,7 +20,7 @@ class DatabaseMirror {
     struct Record {
         Mrp::MrpApplicantState applicant;
         Mrp::MrpRegistrarState registrar;
-        Mrp::MrpAttrDatabase::Value value;
+        std::vector<std::uint8_t> value;
 
         bool operator==(const Record&) const = default;
     };

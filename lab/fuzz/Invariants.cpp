@@ -31,17 +31,17 @@ bool inIterationSet(const MrpSm& mrpSm, const MrpAttribute& attribute) {
 }
 
 void checkPendingSets(const MrpSm& mrpSm) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
+    mrpSm.addPendingAttr().forEach([&](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         if (mrpSm.deletePendingAttr().contains(attribute)) {
             broken("both addition and deletion are pending", attribute);
         }
-    }
+    });
 }
 
 // A key without a record, which a received LeaveAll prunes, only comes of a call of addToAttrIter.
 void checkIterationSets(const MrpSm& mrpSm) {
     for (const auto& [key, set] : mrpSm.mrpAttrIter()) {
-        for (const auto& [attributeKey, present] : set->attributeKey()) {
+        for (const AttributeKey attributeKey : set->attributeKey()) {
             const MrpAttribute attribute{key.intfId, key.attributeType, attributeKey};
             if (!visible(mrpSm, attribute) && !mrpSm.deletePending(attribute)) {
                 broken("an iteration set holds what is not there", attribute);
@@ -79,14 +79,12 @@ void checkRecord(const MrpSm& mrpSm, const MrpAttribute& attribute, const MrpAtt
 // Calls `check` with each record that look-ups show, and its attribute.
 template <class Check>
 void forEachRecord(const MrpSm& mrpSm, Check check) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
-        check(attribute, *record);
-    }
+    mrpSm.addPendingAttr().forEach(check);
     const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
     for (const auto& [intfId, types] : database->attrDatabase()) {
         for (const auto& [type, records] : types->intfTypeApplicant()) {
             for (const auto& [key, record] : records->mrpAttribute()) {
-                if (mrpSm.mrpGetAttrFromDatabase(intfId, type, key, true) == record.get()) {
+                if (mrpSm.mrpGetAttrFromDatabase(intfId, type, key, true) == record) {
                     check(MrpAttribute{intfId, type, key}, *record);
                 }
             }
@@ -198,14 +196,14 @@ std::set<MrpAttribute> leaving(const MrpSm& mrpSm) {
 }
 
 void checkAtRest(MrpSm& mrpSm, const std::set<MrpAttribute>& left) {
-    for (const auto& [attribute, record] : mrpSm.addPendingAttr()) {
+    mrpSm.addPendingAttr().forEach([](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         broken("an addition stays pending", attribute);
-    }
-    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
+    });
+    mrpSm.deletePendingAttr().forEach([&](const MrpAttribute& attribute, const MrpAttrDatabase&) {
         if (!left.contains(attribute)) {
             broken("a deletion stays pending", attribute);
         }
-    }
+    });
     forEachRecord(mrpSm, [&](const MrpAttribute& attribute, const MrpAttrDatabase& record) {
         const bool hasLeaveAll = mrpSm.pamCollection()->has(attribute.intfId) &&
                                  attribute.attributeType <= mrpSm.maxAttrTypes() &&

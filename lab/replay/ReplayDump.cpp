@@ -49,11 +49,9 @@ Json attributesJson(const MrpAgent::MrpInstance& instance) {
 
 Json deletePendingJson(const MrpSm& mrpSm) {
     Json attributes = Json::array();
-    for (const auto& [attribute, pending] : mrpSm.deletePendingAttr()) {
-        if (pending) {
-            attributes.push_back(attributeJson(attribute));
-        }
-    }
+    mrpSm.deletePendingAttr().forEach([&](const MrpAttribute& attribute, const MrpAttrDatabase&) {
+        attributes.push_back(attributeJson(attribute));
+    });
     return attributes;
 }
 

@@ -144,6 +144,10 @@ TimerWheel::Timer::~Timer() {
 }
 
 void TimerWheel::Timer::expiryIs(Seconds expiry) {
+    const bool setLast = sequence_ + 1 == wheel_->sequence_;
+    if (link_ != nullptr && setLast && expiry == expiry_) {
+        return;  // nothing would change, not even the order
+    }
     wheel_->unlink(*this);
     expiry_ = expiry;
     sequence_ = wheel_->sequence_++;

@@ -37,7 +37,7 @@ std::string contentOf(const std::vector<Ptr<MrpStatus>>& statuses) {
         for (const auto& [intfId, intf] : database->attrDatabase()) {
             for (const auto& [type, records] : intf->intfTypeApplicant()) {
                 for (const auto& [key, record] : records->mrpAttribute()) {
-                    writer.record(lines, {intfId, type, key}, record.get());
+                    writer.record(lines, {intfId, type, key}, record);
                 }
             }
         }
@@ -72,15 +72,15 @@ class MirrorReader final : public AttrLogReader {
 void writeRecord(const MrpStatus& status, const MrpAttribute& attribute,
                  std::vector<std::uint8_t> value, MrpApplicantState applicant,
                  MrpRegistrarState registrar) {
-    MrpAttrDatabase record(attribute.key);
-    record.attributeValueIs(ValueIndex(0), value);
-    record.applicantStateIs(applicant);
-    record.registrarStateIs(registrar);
+    const auto record = MrpAttrDatabase::make(attribute.key);
+    record->attributeValueIs(ValueIndex(0), value);
+    record->applicantStateIs(applicant);
+    record->registrarStateIs(registrar);
     status.applicationDatabase(status.application())
         ->attrDatabaseIs(attribute.intfId)
         ->intfTypeApplicantIs(attribute.attributeType)
         ->mrpAttributeIs(attribute.key)
-        ->copyFrom(record);
+        ->copyFrom(*record);
 }
 
 // Random changes of two small databases.

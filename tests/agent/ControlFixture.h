@@ -162,7 +162,7 @@ class Control : public testing::Test {
                               ->attrDatabaseIs(IntfId(port))
                               ->intfTypeApplicantIs(type)
                               ->mrpAttributeIs(key);
-        MrpAttrDatabase content(key);
+        const auto content = MrpAttrDatabase::make(key);
         MrpValueImage image;
         image.vlan.vlanId = static_cast<std::uint16_t>(key);
         const MrpApplication application = node.instances_[instance]->application();
@@ -170,9 +170,9 @@ class Control : public testing::Test {
             image.listener.streamId = key;
             image.talkerAdvertise.streamId = key;
         }
-        content.attributeValueIs(ValueIndex(0), image.octets(type, application));
-        content.registrarStateIs(state);
-        made->copyFrom(content);
+        content->attributeValueIs(ValueIndex(0), image.octets(type, application));
+        content->registrarStateIs(state);
+        made->copyFrom(*content);
         return made;
     }
 

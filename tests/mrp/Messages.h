@@ -97,8 +97,8 @@ inline std::string stored(TestNode& node, AttributeType type, AttributeKey key) 
         return "-";
     }
     const std::size_t size = mrpSizeOfStoredValue(type, node.lib->application());
-    return text({record->attributeValue().begin(),
-                 record->attributeValue().begin() + static_cast<std::ptrdiff_t>(size)});
+    const auto value = record->attributeValue().first(size);
+    return text({value.begin(), value.end()});
 }
 
 }  // namespace MrpTest

@@ -90,8 +90,8 @@ TEST(Registrar, EveryCell) {
             placeVlan(node, 100, Applicant::QO, state);
             if (state == State::LV) {
                 MrpRegistrarSm& registrar = *node.sm().registrarSm();
-                registrar.explicitLeaveSmIs(attribute)->leavePendingIs(100, true);
-                registrar.leaveSmIs({attribute.intfId, vlanType, 0})->leavePendingIs(100, true);
+                registrar.explicitLeaveSmIs(attribute)->leavePendingIs(100);
+                registrar.leaveSmIs({attribute.intfId, vlanType, 0})->leavePendingIs(100);
             }
             post(node, attribute, table[e].event);
             EXPECT_EQ(outcome(node, attribute), table[e].cells[s]);

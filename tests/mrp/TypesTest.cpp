@@ -10,10 +10,16 @@ namespace MrpTest::Wire {
 namespace {
 
 TEST(Types, ValueOctetsAre65) {
-    MrpAttrDatabase record(7);
-    record.attributeValueIs(64, 9);
-    EXPECT_EQ(record.attributeValue()[64], 9);
-    EXPECT_THROW(record.attributeValueIs(65, 9), std::range_error);
+    const auto record = MrpAttrDatabase::make(7);
+    record->attributeValueIs(64, 9);
+    EXPECT_EQ(record->attributeValue()[64], 9);
+    EXPECT_THROW(record->attributeValueIs(65, 9), std::range_error);
+    record->attributeValueIs(1, 5);
+    const auto vlan = MrpAttrDatabase::make(7, 2);
+    vlan->attributeValueIs(0, 1);
+    vlan->copyFrom(*record);
+    EXPECT_EQ(text({vlan->attributeValue().begin(), vlan->attributeValue().end()}), "0005");
+    EXPECT_THROW(vlan->attributeValueIs(2, 9), std::range_error);
 
     MrpParsedAttribute attribute({1, 1});
     for (unsigned i = 0; i < 65; ++i) {

@@ -7,15 +7,6 @@
 
 namespace Mrp {
 
-std::vector<AttributeKey> MrpAttrIter::snapshot() const {
-    std::vector<AttributeKey> keys;
-    keys.reserve(attributeKey_.size());
-    for (const auto& [key, present] : attributeKey_) {
-        keys.push_back(key);
-    }
-    return keys;
-}
-
 std::uint32_t hashOf(const MrpAttrIter::Key& key) {
     std::uint32_t hash = 0;
     const auto mix = [&hash](std::uint32_t number) {

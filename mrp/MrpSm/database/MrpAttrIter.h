@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "mrp/MrpSm/types/KeySet.h"
 #include "mrp/MrpSm/types/MrpAttribute.h"
 #include "platform/base/Ptr.h"
 
@@ -26,17 +26,19 @@ class MrpAttrIter final : public RefCounted {
     explicit MrpAttrIter(const Key& key) : key_(key) {}
 
     const Key& key() const { return key_; }
-    const std::map<AttributeKey, bool>& attributeKey() const { return attributeKey_; }
-    void attributeKeyIs(AttributeKey key, bool present) { attributeKey_[key] = present; }
+    const KeySet& attributeKey() const { return attributeKey_; }
+    void attributeKeyIs(AttributeKey key) { attributeKey_.insert(key); }
     void attributeKeyDel(AttributeKey key) { attributeKey_.erase(key); }
     void attributeKeyDelAll() { attributeKey_.clear(); }
 
     // The keys as they are now, ascending, for walks whose body changes the set.
-    std::vector<AttributeKey> snapshot() const;
+    std::vector<AttributeKey> snapshot() const {
+        return {attributeKey_.begin(), attributeKey_.end()};
+    }
 
   private:
     Key key_;
-    std::map<AttributeKey, bool> attributeKey_;
+    KeySet attributeKey_;
 };
 
 // Jenkins' one-at-a-time hash over the eight bytes of the interface in memory order, then the type

@@ -78,13 +78,24 @@ MrpAttrDatabase* MrpSm::committedRecord(const MrpAttribute& attribute) const {
 MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attributeType,
                                                AttributeKey key, bool lookInAddPending) const {
     const MrpAttribute attribute{intfId, attributeType, key};
+    RecordInHand& inHand = recordInHand_;
     if (lookInAddPending) {
-        if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
+        if (inHand.generation == databaseGeneration_ && inHand.attribute == attribute) {
+            return inHand.record.get();
+        }
+        if (MrpAttrDatabase* pending = addPendingAttr_.find(attribute)) {
+            inHand = {attribute, Ptr<MrpAttrDatabase>(pending), databaseGeneration_};
             return pending;
         }
     }
     MrpAttrDatabase* record = committedRecord(attribute);
-    return record != nullptr && !deletePending(attribute) ? record : nullptr;
+    if (record == nullptr || deletePending(attribute)) {
+        return nullptr;
+    }
+    if (lookInAddPending && active_) {  // a standby's database is written by others too
+        inHand = {attribute, Ptr<MrpAttrDatabase>(record), databaseGeneration_};
+    }
+    return record;
 }
 
 std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attributeType) const {
@@ -92,44 +103,29 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
     const MrpApplicationDatabase* database = applicationDatabase();
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     if (const auto* type = intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr) {
+        const RecordMap* deleted = deletePendingAttr_.records(intfId, attributeType);
         committed.reserve(type->mrpAttribute().size());
-        for (const auto& [key, record] : type->mrpAttribute()) {
-            if (!deletePending({intfId, attributeType, key})) {
-                committed.push_back(key);
-            }
-        }
+        std::ranges::copy_if(type->mrpAttribute().keys(), std::back_inserter(committed),
+                             [deleted](AttributeKey key) {
+                                 return deleted == nullptr || deleted->find(key) == nullptr;
+                             });
     }
-    std::vector<AttributeKey> pending;
-    for (auto entry = addPendingAttr_.lower_bound({intfId, attributeType, 0});
-         entry != addPendingAttr_.end() && entry->first.intfId == intfId &&
-         entry->first.attributeType == attributeType;
-         ++entry) {
-        pending.push_back(entry->first.key);
+    const RecordMap* added = addPendingAttr_.records(intfId, attributeType);
+    if (added == nullptr) {
+        return committed;
     }
     std::vector<AttributeKey> keys;
-    keys.reserve(committed.size() + pending.size());
-    std::set_union(committed.begin(), committed.end(), pending.begin(), pending.end(),
-                   std::back_inserter(keys));
+    keys.reserve(committed.size() + added->size());
+    std::ranges::set_union(committed, added->keys(), std::back_inserter(keys));
     return keys;
 }
 
 Ptr<MrpAttrDatabase> MrpSm::mrpGetAttribute(bool create) {
-    const MrpAttribute attribute = parseContext_->attribute();
-    RecordInHand& inHand = recordInHand_;
-    if (inHand.generation == databaseGeneration_ && inHand.attribute == attribute) {
-        return inHand.record;
-    }
-    MrpAttrDatabase* found =
-        mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, true);
-    Ptr<MrpAttrDatabase> record(found);
-    if (!record && create && applicationDatabase() != nullptr) {
-        record =
-            mrpAddAttrToDatabase(attribute.intfId, attribute.attributeType, attribute.key, false);
-    }
-    if (record) {
-        inHand = {attribute, record, databaseGeneration_};
-    }
-    return record;
+    const auto [intfId, attributeType, key] = parseContext_->attribute();
+    MrpAttrDatabase* found = mrpGetAttrFromDatabase(intfId, attributeType, key, true);
+    return found == nullptr && create && applicationDatabase() != nullptr
+               ? mrpAddAttrToDatabase(intfId, attributeType, key, false)
+               : Ptr<MrpAttrDatabase>(found);
 }
 
 // --- Making and removing ---
@@ -143,15 +139,13 @@ Ptr<MrpAttrDatabase> MrpSm::mrpAddAttrToDatabase(IntfId intfId, AttributeType at
     return record;
 }
 
-Ptr<MrpAttrDatabase> MrpSm::createEntryInDatabase(IntfId intfId, AttributeType attributeType,
-                                                  AttributeKey key) {
-    MrpApplicationDatabase* database = applicationDatabase();
-    if (database == nullptr) {
-        return nullptr;
+void MrpSm::createEntryInDatabase(const MrpAttribute& attribute,
+                                  const Ptr<MrpAttrDatabase>& record) {
+    if (MrpApplicationDatabase* database = applicationDatabase()) {
+        database->attrDatabaseIs(attribute.intfId)
+            ->intfTypeApplicantIs(attribute.attributeType)
+            ->mrpAttributeIs(record);
     }
-    return database->attrDatabaseIs(intfId)
-        ->intfTypeApplicantIs(attributeType)
-        ->mrpAttributeIs(key);
 }
 
 void MrpSm::committedRecordDel(const MrpAttribute& attribute) {
@@ -214,7 +208,7 @@ bool MrpSm::msrpRxVectorSameAsDatabaseAttr() {
                                                                  MrpApplication::msrp);
     const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false);
     return record && !octets.empty() &&
-           std::equal(octets.begin(), octets.end(), record->attributeValue().begin());
+           std::ranges::equal(octets, record->attributeValue().first(octets.size()));
 }
 
 bool MrpSm::mvrpRxVectorSameAsDatabaseAttr() const {
@@ -253,7 +247,7 @@ void MrpSm::fillImages(const MrpAttribute& attribute, MrpApplication application
         return;
     }
     if (const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false)) {
-        std::copy_n(record->attributeValue().begin(), rx.size(), rx.begin());
+        std::ranges::copy(record->attributeValue().first(rx.size()), rx.begin());
     } else {
         std::fill(rx.begin(), rx.end(), std::uint8_t{0});
     }
@@ -282,7 +276,7 @@ void MrpSm::fillMsrpLibFromSavedValue(IntfId intfId, const MrpParsedAttribute& p
         mrpGetAttrFromDatabase(intfId, domainType, key.attributeKey, true);
     if (record != nullptr) {
         const auto tx = mrpLib_->txImage().octets(domainType, MrpApplication::msrp);
-        std::copy_n(record->attributeValue().begin(), tx.size(), tx.begin());
+        std::ranges::copy(record->attributeValue().first(tx.size()), tx.begin());
     }
 }
 

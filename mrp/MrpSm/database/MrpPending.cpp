@@ -7,43 +7,19 @@
 
 namespace Mrp {
 
-bool MrpSm::deletePending(const MrpAttribute& attribute) const {
-    const auto found = deletePendingAttr_.find(attribute);
-    return found != deletePendingAttr_.end() && found->second;
-}
-
-MrpAttrDatabase* MrpSm::pendingRecord(const MrpAttribute& attribute) const {
-    if (addPendingAttr_.empty()) {
-        return nullptr;
-    }
-    if (lastPending_ != addPendingAttr_.end() && lastPending_->first != attribute) {
-        ++lastPending_;
-    }
-    if (lastPending_ == addPendingAttr_.end() || lastPending_->first != attribute) {
-        lastPending_ = addPendingAttr_.find(attribute);
-    }
-    return lastPending_ != addPendingAttr_.end() ? lastPending_->second.get() : nullptr;
-}
-
 void MrpSm::addPendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record) {
-    addPendingAttr_[attribute] = std::move(record);
+    addPendingAttr_.insert(attribute, std::move(record));
     databaseChanged();
 }
 
 void MrpSm::addPendingAttrDel(const MrpAttribute& attribute) {
-    const auto found = addPendingAttr_.find(attribute);
-    if (found == addPendingAttr_.end()) {
-        return;
+    if (addPendingAttr_.erase(attribute)) {
+        databaseChanged();
     }
-    if (lastPending_ == found) {
-        ++lastPending_;
-    }
-    addPendingAttr_.erase(found);
-    databaseChanged();
 }
 
-void MrpSm::deletePendingAttrIs(const MrpAttribute& attribute, bool pending) {
-    deletePendingAttr_[attribute] = pending;
+void MrpSm::deletePendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record) {
+    deletePendingAttr_.insert(attribute, std::move(record));
     databaseChanged();
 }
 
@@ -57,10 +33,11 @@ Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
             attribute.intfId, attribute.attributeType, attribute.key, false)) {
         return Ptr<MrpAttrDatabase>(committed);
     }
-    if (MrpAttrDatabase* pending = pendingRecord(attribute)) {
+    if (MrpAttrDatabase* pending = addPendingAttr_.find(attribute)) {
         return Ptr<MrpAttrDatabase>(pending);
     }
-    Ptr<MrpAttrDatabase> record = makePtr<MrpAttrDatabase>(attribute.key);
+    Ptr<MrpAttrDatabase> record = MrpAttrDatabase::make(
+        attribute.key, mrpSizeOfStoredValue(attribute.attributeType, mrpLib_->application()));
     addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     addPendingAttrIs(attribute, record);
     deletePendingAttrDel(attribute);
@@ -78,16 +55,16 @@ void MrpSm::removeAttrFromAddPending(const MrpAttribute& attribute) {
 }
 
 void MrpSm::addAttrToDeletePending(const MrpAttribute& attribute) {
-    const bool committed = mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType,
-                                                  attribute.key, false) != nullptr;
-    if (!committed) {
+    MrpAttrDatabase* committed =
+        mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, false);
+    if (committed == nullptr) {
         // One that was never committed is simply forgotten.
         if (addPendingAttr_.contains(attribute)) {
             removeAttrFromAddPending(attribute);
         }
         return;
     }
-    deletePendingAttrIs(attribute, true);
+    deletePendingAttrIs(attribute, Ptr<MrpAttrDatabase>(committed));
     removeAttrFromAddPending(attribute);
     mrpDatabaseDeleteSm_->doUpdateReviewTimer();
 }
@@ -99,12 +76,9 @@ bool MrpDatabaseAddSm::pendingEmpty() const {
 }
 
 void MrpDatabaseAddSm::reviewFirst() {
-    const auto [attribute, pending] = *mrpSm().addPendingAttr().begin();
-    const Ptr<MrpAttrDatabase> committed =
-        mrpSm().createEntryInDatabase(attribute.intfId, attribute.attributeType, attribute.key);
-    if (committed && pending) {
-        committed->copyFrom(*pending);
-    }
+    const MrpAttribute attribute = mrpSm().addPendingAttr().first();
+    const Ptr<MrpAttrDatabase> pending(mrpSm().addPendingAttr().find(attribute));
+    mrpSm().createEntryInDatabase(attribute, pending);
     mrpSm().addPendingAttrDel(attribute);
 }
 
@@ -113,7 +87,7 @@ bool MrpDatabaseDeleteSm::pendingEmpty() const {
 }
 
 void MrpDatabaseDeleteSm::reviewFirst() {
-    const MrpAttribute attribute = mrpSm().deletePendingAttr().begin()->first;
+    const MrpAttribute attribute = mrpSm().deletePendingAttr().first();
     mrpSm().committedRecordDel(attribute);
     mrpSm().removeFromAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     mrpSm().deletePendingAttrDel(attribute);
@@ -136,7 +110,7 @@ Ptr<MrpAttrIter> MrpSm::mrpAttrIterIs(const MrpAttrIter::Key& key) {
 }
 
 void MrpSm::addToAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
-    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key, true);
+    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key);
 }
 
 void MrpSm::removeFromAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {

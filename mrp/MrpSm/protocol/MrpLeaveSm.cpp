@@ -23,26 +23,12 @@ void MrpLeaveSm::handleInitialized() {
     doScheduleLeaveTimer(mrpSm_.mrpConfig().leaveTime());
 }
 
-bool MrpLeaveSm::leavePending(AttributeKey key) const {
-    const auto found = leavePending_.find(key);
-    return found != leavePending_.end() && found->second;
-}
-
 void MrpLeaveSm::doScheduleLeaveTimer(const Seconds& leaveTime) {
     const Seconds expiry = mrpSm_.clock().now() + leaveTime;
     MRP_TRACE(8, "void Mrp::MrpLeaveSm::doScheduleLeaveTimer(const Seconds&)"
                      << " key: " << attribute_);
     MRP_TRACE(8, "Leave timer will expire at: " << secondsText(expiry));
     leaveTimer_.expiryIs(expiry);
-}
-
-// Whether the registrar still has this timer.
-bool MrpLeaveSm::registered() const {
-    const auto holds = [this](const MrpRegistrarSm::LeaveSms& leaveSms) {
-        const auto found = leaveSms.find(attribute_);
-        return found != leaveSms.end() && found->second.get() == this;
-    };
-    return holds(mrpSm_.registrarSm()->leaveSm()) || holds(mrpSm_.registrarSm()->explicitLeaveSm());
 }
 
 // A Join that is already in the socket cancels its leave instead of losing the race against it.
@@ -77,7 +63,7 @@ void MrpLeaveSm::handleLeaveTimer() {
     });
     // Key by key, because each event deletes its own, and an indication may end others.
     for (auto entry = leavePending_.begin(); entry != leavePending_.end();) {
-        const AttributeKey key = entry->first;
+        const AttributeKey key = *entry;
         dispatch([this, key] { handleLeavePending(key); });
         entry = leavePending_.upper_bound(key);
     }

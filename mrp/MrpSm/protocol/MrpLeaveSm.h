@@ -1,7 +1,6 @@
 #pragma once
 
-#include <map>
-
+#include "mrp/MrpSm/types/KeySet.h"
 #include "mrp/MrpSm/types/MrpAttribute.h"
 #include "platform/base/Ptr.h"
 #include "platform/time/TimerWheel.h"
@@ -22,10 +21,15 @@ class MrpLeaveSm final : public RefCounted {
     const MrpAttribute& attribute() const { return attribute_; }
     Seconds expiry() const { return leaveTimer_.expiry(); }
 
-    // The keys that wait, ascending; true while they do.
-    const std::map<AttributeKey, bool>& leavePending() const { return leavePending_; }
-    bool leavePending(AttributeKey key) const;
-    void leavePendingIs(AttributeKey key, bool pending) { leavePending_[key] = pending; }
+    // Whether the registrar has the timer, which the registrar says.
+    bool registered() const { return registered_; }
+    void registeredIs(bool registered) { registered_ = registered; }
+
+    // The keys that wait.
+    const KeySet& leavePending() const { return leavePending_; }
+    bool leavePending(AttributeKey key) const { return leavePending_.contains(key); }
+    // False when the key waits already.
+    bool leavePendingIs(AttributeKey key) { return leavePending_.insert(key); }
     void leavePendingDel(AttributeKey key) { leavePending_.erase(key); }
     void leavePendingDelAll() { leavePending_.clear(); }
 
@@ -37,13 +41,13 @@ class MrpLeaveSm final : public RefCounted {
     void handleLeaveTimer();
     void handleLeavePending(AttributeKey key);
     void takeWaitingFrame();
-    bool registered() const;
 
     MrpAttribute attribute_;
     MrpSm& mrpSm_;
     TimerWheel::Timer leaveTimer_;
-    std::map<AttributeKey, bool> leavePending_;
+    KeySet leavePending_;
     bool initialized_ = false;
+    bool registered_ = false;
 };
 
 }  // namespace Mrp

@@ -306,32 +306,41 @@ void cancelAll(MrpRegistrarSm::LeaveSms& leaveSms, IntfId intfId) {
             ++entry;
             continue;
         }
-        for (const auto& [key, pending] : entry->second->leavePending()) {
+        for (const AttributeKey key : entry->second->leavePending()) {
             MRP_TRACE(8, "Intf: " << intfId.name() << " Leave pending deleted: " << key);
         }
         entry->second->leavePendingDelAll();
+        entry->second->registeredIs(false);
         entry = leaveSms.erase(entry);
     }
 }
 
 }  // namespace
 
-Ptr<MrpLeaveSm> MrpRegistrarSm::leaveSmIs(const MrpAttribute& attribute) {
-    Ptr<MrpLeaveSm> timer = find(leaveSm_, attribute);
+Ptr<MrpLeaveSm> MrpRegistrarSm::timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute) {
+    Ptr<MrpLeaveSm> timer = find(leaveSms, attribute);
     if (!timer) {
         timer = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
-        leaveSm_[attribute] = timer;
+        leaveSms[attribute] = timer;
+        timer->registeredIs(true);
     }
     return timer;
 }
 
+Ptr<MrpLeaveSm> MrpRegistrarSm::leaveSmIs(const MrpAttribute& attribute) {
+    return timerIs(leaveSm_, attribute);
+}
+
 Ptr<MrpLeaveSm> MrpRegistrarSm::explicitLeaveSmIs(const MrpAttribute& attribute) {
-    Ptr<MrpLeaveSm> timer = find(explicitLeaveSm_, attribute);
-    if (!timer) {
-        timer = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
-        explicitLeaveSm_[attribute] = timer;
+    return timerIs(explicitLeaveSm_, attribute);
+}
+
+void MrpRegistrarSm::del(LeaveSms& leaveSms, const MrpAttribute& attribute) {
+    const auto found = leaveSms.find(attribute);
+    if (found != leaveSms.end()) {
+        found->second->registeredIs(false);
+        leaveSms.erase(found);
     }
-    return timer;
 }
 
 Seconds MrpRegistrarSm::leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const {
@@ -346,18 +355,16 @@ void MrpRegistrarSm::mrpAddAttrToLeavePending() {
     const bool isExplicit = registrarEvent_ == MrpRegistrarEvent::rxLv;
     const MrpAttribute timerKey = isExplicit ? attribute : sharedKey(attribute);
     const Ptr<MrpLeaveSm> timer = isExplicit ? explicitLeaveSmIs(timerKey) : leaveSmIs(timerKey);
-    if (timer->leavePending(attribute.key)) {
-        return;
+    if (timer->leavePendingIs(attribute.key)) {
+        timer->doScheduleLeaveTimer(leaveTimeFor(registrarEvent_, attribute.intfId));
     }
-    timer->leavePendingIs(attribute.key, true);
-    timer->doScheduleLeaveTimer(leaveTimeFor(registrarEvent_, attribute.intfId));
 }
 
 void MrpRegistrarSm::mrpDeleteAttrFromLeavePending() {
     const MrpAttribute attribute = mrpSm_.parseContext()->attribute();
     for (const Ptr<MrpLeaveSm>& timer :
          {find(leaveSm_, sharedKey(attribute)), find(explicitLeaveSm_, attribute)}) {
-        if (timer && timer->leavePending(attribute.key)) {
+        if (timer) {
             timer->leavePendingDel(attribute.key);
         }
     }

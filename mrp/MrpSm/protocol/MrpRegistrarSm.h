@@ -49,12 +49,10 @@ class MrpRegistrarSm final : public RefCounted {
     // `…Is` returns the timer of the attribute, made when it is missing.
     const LeaveSms& leaveSm() const { return leaveSm_; }
     Ptr<MrpLeaveSm> leaveSmIs(const MrpAttribute& attribute);
-    void leaveSmDel(const MrpAttribute& attribute) { leaveSm_.erase(attribute); }
-    void leaveSmDelAll() { leaveSm_.clear(); }
+    void leaveSmDel(const MrpAttribute& attribute) { del(leaveSm_, attribute); }
     const LeaveSms& explicitLeaveSm() const { return explicitLeaveSm_; }
     Ptr<MrpLeaveSm> explicitLeaveSmIs(const MrpAttribute& attribute);
-    void explicitLeaveSmDel(const MrpAttribute& attribute) { explicitLeaveSm_.erase(attribute); }
-    void explicitLeaveSmDelAll() { explicitLeaveSm_.clear(); }
+    void explicitLeaveSmDel(const MrpAttribute& attribute) { del(explicitLeaveSm_, attribute); }
 
     const Ptr<MrpConfig>& mrpConfig() const { return mrpConfig_; }
     const Ptr<TimerWheel>& timerWheel() const { return timerWheel_; }
@@ -91,6 +89,8 @@ class MrpRegistrarSm final : public RefCounted {
     void logJoin(const Event& event) const;
     void logLv(const Event& event, const char* what) const;
 
+    Ptr<MrpLeaveSm> timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute);
+    static void del(LeaveSms& leaveSms, const MrpAttribute& attribute);
     Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
 
     MrpSm& mrpSm_;

@@ -186,8 +186,8 @@ void MrpSm::rebuildAttrIter() {
     for (const auto& [intfId, intf] : database->attrDatabase()) {
         for (const auto& [type, records] : intf->intfTypeApplicant()) {
             const Ptr<MrpAttrIter> iter = mrpAttrIterIs({intfId, type});
-            for (const auto& [key, record] : records->mrpAttribute()) {
-                iter->attributeKeyIs(key, true);
+            for (const AttributeKey key : records->mrpAttribute().keys()) {
+                iter->attributeKeyIs(key);
             }
         }
     }

@@ -11,6 +11,7 @@
 #include "mrp/MrpSm/database/MrpAttrLogSm.h"
 #include "mrp/MrpSm/database/MrpDatabaseAddSm.h"
 #include "mrp/MrpSm/database/MrpDatabaseDeleteSm.h"
+#include "mrp/MrpSm/database/PendingRecords.h"
 #include "mrp/MrpSm/protocol/MrpApplicantSm.h"
 #include "mrp/MrpSm/protocol/MrpLeaveAllSm.h"
 #include "mrp/MrpSm/protocol/MrpRegistrarSm.h"
@@ -222,9 +223,8 @@ class MrpSm final : public RefCounted {
     // `fromTxImage` is set, else of the received one). An existing one is reset likewise.
     Ptr<MrpAttrDatabase> mrpAddAttrToDatabase(IntfId intfId, AttributeType attributeType,
                                               AttributeKey key, bool fromTxImage);
-    // A place in the committed database; null when a level cannot be had.
-    Ptr<MrpAttrDatabase> createEntryInDatabase(IntfId intfId, AttributeType attributeType,
-                                               AttributeKey key);
+    // Puts a record into the committed database, or what it says into the one that is there.
+    void createEntryInDatabase(const MrpAttribute& attribute, const Ptr<MrpAttrDatabase>& record);
     // Queues the attribute in hand for deletion.
     void mrpDeleteAttrFromDatabase();
     // Copies the value in hand into the record, from the transmit or the received image.
@@ -259,15 +259,15 @@ class MrpSm final : public RefCounted {
     Ptr<MrpAttrDatabase> addAttrToAddPending(const MrpAttribute& attribute);
     void removeAttrFromAddPending(const MrpAttribute& attribute);
     void addAttrToDeletePending(const MrpAttribute& attribute);
-    const std::map<MrpAttribute, Ptr<MrpAttrDatabase>>& addPendingAttr() const {
-        return addPendingAttr_;
-    }
+    const PendingRecords& addPendingAttr() const { return addPendingAttr_; }
     void addPendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record);
     void addPendingAttrDel(const MrpAttribute& attribute);
-    const std::map<MrpAttribute, bool>& deletePendingAttr() const { return deletePendingAttr_; }
-    void deletePendingAttrIs(const MrpAttribute& attribute, bool pending);
+    const PendingRecords& deletePendingAttr() const { return deletePendingAttr_; }
+    void deletePendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record);
     void deletePendingAttrDel(const MrpAttribute& attribute);
-    bool deletePending(const MrpAttribute& attribute) const;
+    bool deletePending(const MrpAttribute& attribute) const {
+        return deletePendingAttr_.contains(attribute);
+    }
     // Removes the committed record.
     void committedRecordDel(const MrpAttribute& attribute);
 
@@ -298,7 +298,8 @@ class MrpSm final : public RefCounted {
     using MstiReactors = EntryReactors<std::string, Ptr<Stp::MstiStatus>, PortReactors>;
     using StpiReactors = EntryReactors<std::string, Ptr<Stp::StpiStatus>, MstiReactors>;
 
-    // The record found last, valid while nothing has been added to or removed from the database.
+    // The record that look-ups showed last, valid while nothing has been added to or removed from
+    // the database.
     struct RecordInHand {
         MrpAttribute attribute;
         Ptr<MrpAttrDatabase> record;
@@ -337,7 +338,6 @@ class MrpSm final : public RefCounted {
     void closePacket(MrpTxPacketContext& context) const;
 
     // Database
-    MrpAttrDatabase* pendingRecord(const MrpAttribute& attribute) const;
     void databaseChanged() { ++databaseGeneration_; }
     MrpAttrDatabase* committedRecord(const MrpAttribute& attribute) const;
     void populateValue(MrpAttrDatabase& record, bool fromTxImage, MrpApplication application) const;
@@ -379,12 +379,8 @@ class MrpSm final : public RefCounted {
     IntfId parsedIntfId_;  // which received the frame in hand; empty between frames
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;
     std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>> mrpAttrIter_;
-    std::map<MrpAttribute, bool> deletePendingAttr_;
-    std::map<MrpAttribute, Ptr<MrpAttrDatabase>> addPendingAttr_;
-    // Where the last look-up among them ended. Neighbours declare keys in runs, so the next one
-    // asked for is mostly the one behind it.
-    mutable std::map<MrpAttribute, Ptr<MrpAttrDatabase>>::const_iterator lastPending_ =
-        addPendingAttr_.end();
+    PendingRecords deletePendingAttr_;  // which are in the database still
+    PendingRecords addPendingAttr_;
     Ptr<MrpDatabaseDeleteSm> mrpDatabaseDeleteSm_;
     Ptr<MrpDatabaseAddSm> mrpDatabaseAddSm_;
     bool initialized_ = false;

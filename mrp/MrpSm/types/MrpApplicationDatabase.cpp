@@ -1,7 +1,10 @@
 #include "mrp/MrpSm/types/MrpApplicationDatabase.h"
 
 #include <algorithm>
-#include <iterator>
+#include <new>
+#include <stdexcept>
+
+#include "platform/base/Assert.h"
 
 namespace Mrp {
 
@@ -15,13 +18,27 @@ auto* entryIn(const Map& level, Key key) {
 
 }  // namespace
 
+Ptr<MrpAttrDatabase> MrpAttrDatabase::make(AttributeKey key, std::size_t valueSize) {
+    require(valueSize <= maxValueSize, "a value has 65 octets at the most");
+    void* memory = ::operator new(sizeof(MrpAttrDatabase) + valueSize, std::nothrow);
+    if (memory == nullptr) {
+        throw std::range_error("null ValidPtr");
+    }
+    auto* record = ::new (memory) MrpAttrDatabase(key, static_cast<std::uint8_t>(valueSize));
+    std::ranges::fill(record->value(), std::uint8_t{0});
+    return Ptr<MrpAttrDatabase>(record);
+}
+
 void MrpAttrDatabase::attributeValueIs(ValueIndex first, std::span<const std::uint8_t> octets) {
     if (octets.empty()) {
         return;
     }
     const std::size_t last = first.value() + octets.size() - 1;
     static_cast<void>(ValueIndex(static_cast<unsigned>(last)));  // throws when it is out of range
-    const auto stored = std::span(attributeValue_).subspan(first.value(), octets.size());
+    if (last >= valueSize_) {
+        throw std::range_error("the record has no room for such a value");
+    }
+    const auto stored = value().subspan(first.value(), octets.size());
     if (!std::equal(octets.begin(), octets.end(), stored.begin())) {
         std::copy(octets.begin(), octets.end(), stored.begin());
         changed();
@@ -36,6 +53,13 @@ void MrpAttrDatabase::tellHome() {
     }
 }
 
+MrpIntfTypeApplicant::MrpIntfTypeApplicant(MrpApplicationDatabase& database, IntfId intfId,
+                                           AttributeType attributeType)
+    : database_(&database),
+      intfId_(intfId),
+      attributeType_(attributeType),
+      valueSize_(mrpSizeOfStoredValue(attributeType, database.application())) {}
+
 MrpIntfTypeApplicant::~MrpIntfTypeApplicant() {
     for (const auto& [key, record] : records_) {
         record->home_ = nullptr;
@@ -48,48 +72,39 @@ void MrpIntfTypeApplicant::tell(AttributeKey key, const MrpAttrDatabase* record)
     }
 }
 
-MrpAttrDatabase* MrpIntfTypeApplicant::mrpAttribute(AttributeKey key) const {
-    if (last_ != records_.end()) {
-        if (last_->first == key) {
-            return last_->second.get();
-        }
-        const auto next = std::next(last_);
-        if (next != records_.end() && next->first == key) {
-            last_ = next;
-            return next->second.get();
-        }
+Ptr<MrpAttrDatabase> MrpIntfTypeApplicant::mrpAttributeIs(AttributeKey key) {
+    if (MrpAttrDatabase* found = records_.find(key)) {
+        return Ptr<MrpAttrDatabase>(found);
     }
-    const auto found = records_.find(key);
-    if (found == records_.end()) {
-        return nullptr;
-    }
-    last_ = found;
-    return found->second.get();
+    Ptr<MrpAttrDatabase> record = MrpAttrDatabase::make(key, valueSize_);
+    insert(record);
+    return record;
 }
 
-Ptr<MrpAttrDatabase> MrpIntfTypeApplicant::mrpAttributeIs(AttributeKey key) {
-    const auto place = records_.lower_bound(key);
-    if (place != records_.end() && place->first == key) {
-        return place->second;
+void MrpIntfTypeApplicant::mrpAttributeIs(const Ptr<MrpAttrDatabase>& record) {
+    if (MrpAttrDatabase* found = records_.find(record->key())) {
+        found->copyFrom(*record);
+        return;
     }
-    const auto made = records_.emplace_hint(place, key, makePtr<MrpAttrDatabase>(key));
-    made->second->home_ = this;
+    require(record->home_ == nullptr, "the record is in no database");
+    insert(record);
+    record->changed();
+}
+
+void MrpIntfTypeApplicant::insert(const Ptr<MrpAttrDatabase>& record) {
+    records_.insert(record);
+    record->home_ = this;
     if (database_ != nullptr) {
         ++database_->recordCount_;
     }
-    return made->second;
 }
 
 void MrpIntfTypeApplicant::mrpAttributeDel(AttributeKey key) {
-    const auto found = records_.find(key);
-    if (found == records_.end()) {
+    const Ptr<MrpAttrDatabase> erased = records_.erase(key);
+    if (!erased) {
         return;
     }
-    if (last_ == found) {
-        last_ = records_.end();
-    }
-    found->second->home_ = nullptr;
-    records_.erase(found);
+    erased->home_ = nullptr;
     if (database_ != nullptr) {
         --database_->recordCount_;
     }
@@ -145,10 +160,16 @@ Ptr<MrpIntfApplicant> MrpApplicationDatabase::attrDatabaseIs(IntfId intfId) {
 
 MrpAttrDatabase* MrpApplicationDatabase::record(IntfId intfId, AttributeType attributeType,
                                                 AttributeKey key) const {
-    const MrpIntfApplicant* intf = attrDatabase(intfId);
-    const MrpIntfTypeApplicant* type =
-        intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
-    return type != nullptr ? type->mrpAttribute(key) : nullptr;
+    if (last_ == nullptr || last_->intfId_ != intfId || last_->attributeType_ != attributeType) {
+        const MrpIntfApplicant* intf = attrDatabase(intfId);
+        const MrpIntfTypeApplicant* type =
+            intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
+        if (type == nullptr) {
+            return nullptr;
+        }
+        last_ = type;
+    }
+    return last_->mrpAttribute(key);
 }
 
 }  // namespace Mrp

@@ -2,9 +2,9 @@
 
 #include <compare>
 #include <map>
-#include <vector>
 
 #include "mrp/MrpSm/types/MrpAttrDatabase.h"
+#include "mrp/MrpSm/types/RecordMap.h"
 #include "platform/base/Seconds.h"
 #include "platform/state/Entity.h"
 #include "platform/state/Notification.h"
@@ -16,19 +16,19 @@ class MrpApplicationDatabase;
 // The committed records of one attribute type on one interface, ordered by key.
 class MrpIntfTypeApplicant final : public Entity {
   public:
-    using Records = std::map<AttributeKey, Ptr<MrpAttrDatabase>>;
-
     MrpIntfTypeApplicant(MrpApplicationDatabase& database, IntfId intfId,
-                         AttributeType attributeType)
-        : database_(&database), intfId_(intfId), attributeType_(attributeType) {}
+                         AttributeType attributeType);
     ~MrpIntfTypeApplicant() override;
 
-    const Records& mrpAttribute() const { return records_; }
+    const RecordMap& mrpAttribute() const { return records_; }
     // Null when there is no record of the key.
-    MrpAttrDatabase* mrpAttribute(AttributeKey key) const;
+    MrpAttrDatabase* mrpAttribute(AttributeKey key) const { return records_.find(key); }
     // Makes the record, or returns the one that is there. A new record is told of when something is
     // first written to it.
     Ptr<MrpAttrDatabase> mrpAttributeIs(AttributeKey key);
+    // Takes over a record that is in no database, and tells of it. One of its key that is there
+    // already takes over what it says.
+    void mrpAttributeIs(const Ptr<MrpAttrDatabase>& record);
     void mrpAttributeDel(AttributeKey key);
 
   private:
@@ -36,14 +36,13 @@ class MrpIntfTypeApplicant final : public Entity {
     friend class MrpApplicationDatabase;
 
     void tell(AttributeKey key, const MrpAttrDatabase* record) const;
+    void insert(const Ptr<MrpAttrDatabase>& record);
 
     MrpApplicationDatabase* database_;  // null when it has gone
     IntfId intfId_;
     AttributeType attributeType_;
-    Records records_;
-    // Where the last look-up ended. Neighbours declare keys in runs, so the next one asked for is
-    // mostly the one behind it.
-    mutable Records::const_iterator last_ = records_.end();
+    std::size_t valueSize_;
+    RecordMap records_;
 };
 
 // The attribute types of one interface.
@@ -78,7 +77,7 @@ class MrpApplicationDatabase final : public Entity {
     };
     using Interfaces = std::map<IntfId, Ptr<MrpIntfApplicant>>;
 
-    MrpApplicationDatabase() = default;
+    explicit MrpApplicationDatabase(MrpApplication application) : application_(application) {}
     ~MrpApplicationDatabase() override;
 
     // Told within every change of a record: the attribute, and the record, null when it was
@@ -88,6 +87,8 @@ class MrpApplicationDatabase final : public Entity {
     }
     // Told when a LeaveAll time is written with another value, or removed.
     Notification<const LeaveAllKey&>& leaveAllTimeChanged() { return leaveAllTimeChanged_; }
+
+    MrpApplication application() const { return application_; }
 
     const Interfaces& attrDatabase() const { return interfaces_; }
     MrpIntfApplicant* attrDatabase(IntfId intfId) const;
@@ -105,7 +106,11 @@ class MrpApplicationDatabase final : public Entity {
   private:
     friend class MrpIntfTypeApplicant;
 
+    MrpApplication application_;
     Interfaces interfaces_;
+    // The type of the last look-up: the next one is mostly of the same. Types stay as long as the
+    // database does.
+    mutable const MrpIntfTypeApplicant* last_ = nullptr;
     std::size_t recordCount_ = 0;
     std::map<LeaveAllKey, Seconds> leaveAllTime_;
     Notification<const MrpAttribute&, const MrpAttrDatabase*> recordChanged_;

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <array>
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <span>
 #include <utility>
 
@@ -16,21 +18,27 @@ class MrpIntfTypeApplicant;
 
 // The record of one attribute: its value and the states of its applicant and registrar. Shared: it
 // stays alive while somebody holds it, also after it has left the database. While it is in the
-// database every change is told of there.
+// database every change is told of there. Its value stands behind it in one piece of memory, as
+// there may be a million.
 class MrpAttrDatabase final : public RefCounted {
   public:
-    using Value = std::array<std::uint8_t, ValueIndex::max + 1>;
+    static constexpr std::size_t maxValueSize = ValueIndex::max + 1;
 
-    // In the default states: Very anxious Observer, and Empty (clauses 10.7.6.2, 10.7.8).
-    explicit MrpAttrDatabase(AttributeKey key) : key_(key) {}
+    // In the default states: Very anxious Observer, and Empty (clauses 10.7.6.2, 10.7.8), with room
+    // for that many octets of value, all zero. Throws std::range_error "null ValidPtr" when there
+    // is no memory for it.
+    static Ptr<MrpAttrDatabase> make(AttributeKey key, std::size_t valueSize = maxValueSize);
     MrpAttrDatabase(const MrpAttrDatabase&) = delete;
     MrpAttrDatabase& operator=(const MrpAttrDatabase&) = delete;
+    static void operator delete(void* record) { ::operator delete(record); }
 
     AttributeKey key() const { return key_; }
     MrpApplicantState applicantState() const { return applicantState_; }
     MrpRegistrarState registrarState() const { return registrarState_; }
-    // The octets of the value record as on the wire; those behind its end are zero.
-    const Value& attributeValue() const { return attributeValue_; }
+    // The octets of the value record as on the wire; those that were never written are zero.
+    std::span<const std::uint8_t> attributeValue() const {
+        return {reinterpret_cast<const std::uint8_t*>(this + 1), valueSize_};
+    }
 
     void applicantStateIs(MrpApplicantState state) {
         if (applicantState_ != state) {
@@ -47,13 +55,18 @@ class MrpAttrDatabase final : public RefCounted {
     void attributeValueIs(ValueIndex index, std::uint8_t octet) {
         attributeValueIs(index, std::span(&octet, 1));
     }
-    // The octets from the index on, in one change.
+    // The octets from the index on, in one change. Throws std::range_error where there is no room
+    // for them.
     void attributeValueIs(ValueIndex first, std::span<const std::uint8_t> octets);
 
-    // Takes over value and states of another record of the same key. Told of in any case: a record
-    // that was just made has not been told of before.
+    // Takes over states and value of another record of the same key, and of the value as much as
+    // there is room for. Told of in any case: a record that was just made has not been told of
+    // before.
     void copyFrom(const MrpAttrDatabase& other) {
-        attributeValue_ = other.attributeValue_;
+        const auto octets =
+            other.attributeValue().first(std::min<std::size_t>(valueSize_, other.valueSize_));
+        std::fill(std::copy(octets.begin(), octets.end(), value().begin()), value().end(),
+                  std::uint8_t{0});
         applicantState_ = other.applicantState_;
         registrarState_ = other.registrarState_;
         changed();
@@ -93,12 +106,17 @@ class MrpAttrDatabase final : public RefCounted {
     }
     void tellHome();
 
-    AttributeKey key_;
-    MrpIntfTypeApplicant* home_ = nullptr;  // null while the record is in no database
-    Value attributeValue_{};
+    MrpAttrDatabase(AttributeKey key, std::uint8_t valueSize) : valueSize_(valueSize), key_(key) {}
+    std::span<std::uint8_t> value() {
+        return {reinterpret_cast<std::uint8_t*>(this + 1), valueSize_};
+    }
+
     MrpApplicantState applicantState_ = MrpApplicantState::VO;
     MrpRegistrarState registrarState_ = MrpRegistrarState::MT;
     Telling telling_ = Telling::atOnce;
+    std::uint8_t valueSize_;
+    AttributeKey key_;
+    MrpIntfTypeApplicant* home_ = nullptr;  // null while the record is in no database
 };
 
 }  // namespace Mrp

@@ -26,7 +26,7 @@ class MrpStatus final : public Entity {
     Ptr<MrpApplicationDatabase> applicationDatabaseIs(MrpApplication application) {
         Ptr<MrpApplicationDatabase>& database = databases_[application];
         if (!database) {
-            database = makePtr<MrpApplicationDatabase>();
+            database = makePtr<MrpApplicationDatabase>(application);
         }
         return database;
     }

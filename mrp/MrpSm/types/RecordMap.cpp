@@ -1,0 +1,90 @@
+#include "mrp/MrpSm/types/RecordMap.h"
+
+namespace Mrp {
+
+namespace {
+constexpr std::size_t minSlots = 8;
+}  // namespace
+
+// Neighbours declare keys in runs. Eight in a row are neighbours in the table too: the next one
+// that is asked for is in the cache.
+std::size_t RecordMap::home(AttributeKey key) const {
+    return (mixBits(key >> 3U) + (key & 7U)) & (slots_.size() - 1);
+}
+
+std::size_t RecordMap::slotOf(AttributeKey key) const {
+    std::size_t slot = home(key);
+    while (slots_[slot].record && slots_[slot].key != key) {
+        slot = behind(slot);
+    }
+    return slot;
+}
+
+MrpAttrDatabase* RecordMap::find(AttributeKey key) const {
+    return slots_.empty() ? nullptr : slots_[slotOf(key)].record.get();
+}
+
+void RecordMap::place(Slot entry) {
+    Slot& slot = slots_[slotOf(entry.key)];
+    slot = std::move(entry);
+}
+
+void RecordMap::slotsAre(std::size_t count) {
+    std::vector<Slot> before(count);
+    before.swap(slots_);
+    for (Slot& entry : before) {
+        if (entry.record) {
+            place(std::move(entry));
+        }
+    }
+}
+
+// Five eighths of the slots are in use at the most, so that runs find their place close to home.
+void RecordMap::insert(Ptr<MrpAttrDatabase> record) {
+    if ((size() + 1) * 8 > slots_.size() * 5) {
+        slotsAre(slots_.empty() ? minSlots : slots_.size() * 2);
+    }
+    const AttributeKey key = record->key();
+    keys_.insert(key);
+    place({key, std::move(record)});
+}
+
+// What stood behind the record moves up, unless it would get in front of its home.
+Ptr<MrpAttrDatabase> RecordMap::erase(AttributeKey key) {
+    std::size_t free = slots_.empty() ? 0 : slotOf(key);
+    if (slots_.empty() || !slots_[free].record) {
+        return nullptr;
+    }
+    Ptr<MrpAttrDatabase> erased = std::move(slots_[free].record);
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t next = behind(free); slots_[next].record; next = behind(next)) {
+        const std::size_t distance = (next - home(slots_[next].key)) & mask;
+        if (distance >= ((next - free) & mask)) {
+            slots_[free] = std::move(slots_[next]);
+            free = next;
+        }
+    }
+    keys_.erase(key);
+    if (slots_.size() > minSlots && size() * 8 < slots_.size()) {
+        slotsAre(slots_.size() / 2);
+    }
+    return erased;
+}
+
+RecordMap::const_iterator RecordMap::begin() const {
+    return {*this, keys_.begin()};
+}
+
+RecordMap::const_iterator RecordMap::end() const {
+    return {*this, keys_.end()};
+}
+
+RecordMap::const_iterator RecordMap::lower_bound(AttributeKey key) const {
+    return {*this, keys_.lower_bound(key)};
+}
+
+RecordMap::const_iterator RecordMap::upper_bound(AttributeKey key) const {
+    return {*this, keys_.upper_bound(key)};
+}
+
+}  // namespace Mrp

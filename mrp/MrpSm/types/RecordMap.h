@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "mrp/MrpSm/types/KeySet.h"
+#include "mrp/MrpSm/types/MrpAttrDatabase.h"
+#include "platform/base/Ptr.h"
+
+namespace Mrp {
+
+// Records by key: walked in ascending order, found through a hash table. As with KeySet, what is
+// added or removed ends every iterator.
+class RecordMap {
+  public:
+    struct Entry {
+        AttributeKey key;
+        MrpAttrDatabase* record;
+    };
+    class const_iterator;
+
+    std::size_t size() const { return keys_.size(); }
+    bool empty() const { return keys_.empty(); }
+    // Null when there is no record of the key.
+    MrpAttrDatabase* find(AttributeKey key) const;
+    // Adds the record, of whose key there is none yet.
+    void insert(Ptr<MrpAttrDatabase> record);
+    // Removes the record and returns it; null when there is none.
+    Ptr<MrpAttrDatabase> erase(AttributeKey key);
+
+    const KeySet& keys() const { return keys_; }
+    const_iterator begin() const;
+    const_iterator end() const;
+    // The first record whose key is not below the given one; the first one above it.
+    const_iterator lower_bound(AttributeKey key) const;
+    const_iterator upper_bound(AttributeKey key) const;
+
+  private:
+    // Its key stands beside the record, so that no record is read but the one that is looked for.
+    struct Slot {
+        AttributeKey key = 0;
+        Ptr<MrpAttrDatabase> record;  // null: free
+    };
+
+    std::size_t home(AttributeKey key) const;
+    std::size_t behind(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }
+    // Where the key is, or would go; there is room.
+    std::size_t slotOf(AttributeKey key) const;
+    void place(Slot entry);
+    void slotsAre(std::size_t count);
+
+    std::vector<Slot> slots_;  // a power of two of them, or none
+    KeySet keys_;
+};
+
+class RecordMap::const_iterator {
+  public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Entry;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Entry*;
+    using reference = Entry;
+
+    Entry operator*() const { return {*key_, records_->find(*key_)}; }
+    const_iterator& operator++() {
+        ++key_;
+        return *this;
+    }
+    bool operator==(const const_iterator&) const = default;
+
+  private:
+    friend class RecordMap;
+    const_iterator(const RecordMap& records, KeySet::const_iterator key)
+        : records_(&records), key_(key) {}
+
+    const RecordMap* records_;
+    KeySet::const_iterator key_;
+};
+
+}  // namespace Mrp
