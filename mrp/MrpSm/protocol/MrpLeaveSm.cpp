@@ -23,8 +23,28 @@ void MrpLeaveSm::handleInitialized() {
     doScheduleLeaveTimer(mrpSm_.mrpConfig().leaveTime());
 }
 
+// Neighbours declare keys in ascending order: most go into the set at its end, and leave it at its
+// beginning.
+std::map<AttributeKey, bool>::const_iterator MrpLeaveSm::find(AttributeKey key) const {
+    if (leavePending_.empty() || leavePending_.rbegin()->first < key) {
+        return leavePending_.end();
+    }
+    return leavePending_.begin()->first == key ? leavePending_.begin() : leavePending_.find(key);
+}
+
+void MrpLeaveSm::leavePendingIs(AttributeKey key, bool pending) {
+    leavePending_.insert_or_assign(leavePending_.end(), key, pending);
+}
+
+void MrpLeaveSm::leavePendingDel(AttributeKey key) {
+    const auto found = find(key);
+    if (found != leavePending_.end()) {
+        leavePending_.erase(found);
+    }
+}
+
 bool MrpLeaveSm::leavePending(AttributeKey key) const {
-    const auto found = leavePending_.find(key);
+    const auto found = find(key);
     return found != leavePending_.end() && found->second;
 }
 

@@ -25,14 +25,15 @@ class MrpLeaveSm final : public RefCounted {
     // The keys that wait, ascending; true while they do.
     const std::map<AttributeKey, bool>& leavePending() const { return leavePending_; }
     bool leavePending(AttributeKey key) const;
-    void leavePendingIs(AttributeKey key, bool pending) { leavePending_[key] = pending; }
-    void leavePendingDel(AttributeKey key) { leavePending_.erase(key); }
+    void leavePendingIs(AttributeKey key, bool pending);
+    void leavePendingDel(AttributeKey key);
     void leavePendingDelAll() { leavePending_.clear(); }
 
     // Expires that long from now, in place of any expiry before.
     void doScheduleLeaveTimer(const Seconds& leaveTime);
 
   private:
+    std::map<AttributeKey, bool>::const_iterator find(AttributeKey key) const;
     void handleInitialized();
     void handleLeaveTimer();
     void handleLeavePending(AttributeKey key);
