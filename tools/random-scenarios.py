@@ -27,7 +27,10 @@ class Story:
         self.interfaces = [f"et{n}" for n in range(1, rng.choice([1, 1, 2, 3]) + 1)]
         self.standby = rng.random() < 0.15
         self.keys = [rng.choice([rng.randrange(1, 60), rng.randrange(1 << 64)]) for _ in range(12)]
-        self.vlans = [rng.choice([1, 2, 10, 100, 4000, 4093, 4094]) for _ in range(3)]
+        self.vlans = [rng.choice([0, 1, 2, 10, 100, 4000, 4093, 4094, 65533]) for _ in range(3)]
+        if self.one_in(4):
+            self.keys[0] = rng.choice([0, (1 << 64) - 2])  # which vectors reach past the end of
+        self.heard = []
         self.at = 0.0
         self.steps = []
 
@@ -45,7 +48,7 @@ class Story:
 
     def key(self, attribute_type):
         if self.application == MVRP:
-            return self.rng.choice(self.vlans) + self.rng.randrange(4)
+            return (self.rng.choice(self.vlans) + self.rng.randrange(4)) % (1 << 16)
         if attribute_type == 4:
             return self.rng.choice([5, 6, 255])
         return (self.rng.choice(self.keys) + self.rng.randrange(4)) % (1 << 64)
@@ -71,7 +74,7 @@ class Story:
     def vector(self, attribute_type):
         values = self.rng.choice([0, 1, 1, 1, 2, 3, 4, 5, 7, 30])
         if self.one_in(12):
-            values = self.rng.choice([300, 1365, 4094] if self.application == MVRP else [130, 256, 700])
+            values = self.rng.choice([300, 1365, 4094, 4100] if self.application == MVRP else [130, 256, 700])
         leave_all = values == 0 or self.one_in(8)
         events = self.rng.choices(range(6), weights=[2, 6, 1, 3, 1, 3], k=values)
         if self.one_in(3):
@@ -150,7 +153,10 @@ class Story:
             self.step("enable", name)
 
     def receive(self):
-        value = {"interface": self.intf(), "frame": self.frame()}
+        # Neighbours mostly say again what they have said.
+        if not self.heard or self.one_in(2):
+            self.heard.append(self.frame())
+        value = {"interface": self.intf(), "frame": self.rng.choice(self.heard[-6:])}
         if self.one_in(8):
             value["notify"] = False
         self.step("receive", value)

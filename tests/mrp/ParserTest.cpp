@@ -155,10 +155,10 @@ TEST(Parser, NewerVersionsAreReadAsFarAsTheyGo) {
 TEST(Parser, FiledValuesHoldTheirOctets) {
     TestNode node(MrpApplication::msrp);
     const auto filed = [&node](AttributeType type, AttributeKey key) {
-        const MrpParsedAttribute* attribute = node.sm().mrpParsedAttribute().find({type, key});
-        Bytes octets(attribute == nullptr ? 0 : attribute->attributeValue().size());
-        if (attribute != nullptr) {
-            attribute->attributeValue().copyTo(octets);
+        const auto place = node.sm().mrpParsedAttribute().find({type, key});
+        Bytes octets(place ? mrpSizeOfStoredValue(type, MrpApplication::msrp) : 0);
+        if (place) {
+            node.sm().mrpParsedAttribute().copyValue(*place, octets);
         }
         return text(octets);
     };

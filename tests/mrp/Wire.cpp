@@ -56,10 +56,11 @@ std::string parsed(TestNode& node, const std::string& body, std::uint8_t version
     sm.parseMrpdu(*PktManager::instance().newPkt(std::span(pdu)));
     std::string result;
     for (auto* queue : {&sm.msrpParsedDomainKey(), &sm.mrpParsedAttributeKey()}) {
-        while (const auto key = queue->deq()) {
-            const MrpParsedAttribute* attribute = sm.mrpParsedAttribute().find(*key);
-            result += std::to_string(key->attributeType) + ":" + hexStr(key->attributeKey) + "=" +
-                      (attribute ? std::to_string(attribute->attributeEvent()) : "none") + " ";
+        while (const auto place = queue->deq()) {
+            const MrpParsedAttribute attribute = sm.mrpParsedAttribute().attribute(*place);
+            result += std::to_string(attribute.key().attributeType) + ":" +
+                      hexStr(attribute.key().attributeKey) + "=" +
+                      std::to_string(attribute.attributeEvent()) + " ";
         }
     }
     for (const auto& [type, received] : sm.mrpRxLeaveAll()) {

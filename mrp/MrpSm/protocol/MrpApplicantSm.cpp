@@ -89,6 +89,11 @@ MrpApplicantEvent MrpApplicantSm::mrpMapRxApplicantEvent(std::uint8_t attributeE
                : MrpApplicantEvent::none;
 }
 
+bool MrpApplicantSm::ignores(MrpApplicantState state, MrpApplicantEvent event) {
+    return table[static_cast<std::size_t>(state)][static_cast<std::size_t>(event)].action ==
+           Action::none;
+}
+
 void MrpApplicantSm::mrpSetApplicantState(MrpApplicantState state) {
     if (const Ptr<MrpAttrDatabase> record = mrpSm_.mrpGetAttribute(false)) {
         record->applicantStateIs(state);

@@ -30,6 +30,8 @@ class MrpApplicantSm final : public RefCounted {
 
     // The applicant event of a received wire event.
     static MrpApplicantEvent mrpMapRxApplicantEvent(std::uint8_t attributeEvent);
+    // Whether an event is ignored in a state: nothing is sent, and the state stays.
+    static bool ignores(MrpApplicantState state, MrpApplicantEvent event);
     // Sets the state of the attribute in hand, if it has a record.
     void mrpSetApplicantState(MrpApplicantState state);
 

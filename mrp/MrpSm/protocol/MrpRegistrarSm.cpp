@@ -292,6 +292,9 @@ void MrpRegistrarSm::logLv(const Event& event, const char* what) const {
 namespace {
 
 Ptr<MrpLeaveSm> find(const MrpRegistrarSm::LeaveSms& leaveSms, const MrpAttribute& attribute) {
+    if (leaveSms.empty()) {
+        return nullptr;
+    }
     const auto found = leaveSms.find(attribute);
     return found != leaveSms.end() ? found->second : nullptr;
 }

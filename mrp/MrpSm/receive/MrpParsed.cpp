@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/ScopeGuard.h"
@@ -9,25 +11,11 @@
 
 namespace Mrp {
 
-void MrpSm::processMrpEvent(std::uint8_t event, std::uint16_t valueIndex) {
-    mrpLib_->mrpValueFromFirstValue(valueIndex);
-    MrpParseContext& context = *parseContext_;
-    context.attributeKeyIs(mrpGetRxAttributeKey());
-    context.attributeEventIs(event);
-    context.eventsCounterInc(1);
-    ++eventsInHand_->values[event & 7U];
-    if (!recycledPkt_ && !mrpConfig_->mrpFlooding()) {
-        saveParsedMrpAttribute();
-    } else {
-        MRP_TRACE(4, "Recycled Pkt. Returning after parsing");
-    }
-}
-
 void MrpSm::dropParsed() {
     mrpRxLeaveAllDelAll();
-    msrpParsedDomainKey_.delAll();
-    mrpParsedAttributeKey_.delAll();
-    mrpParsedAttribute_.attributeDelAll();
+    mrpParsedAttribute_.delAll();
+    msrpParsedDomainKey_.rewind();
+    mrpParsedAttributeKey_.rewind();
 }
 
 // The attribute in hand says nothing of the frame's interface while an indication runs.
@@ -57,28 +45,34 @@ void MrpSm::processParsedAttributes(IntfId intfId) {
         mrpRxLeaveAllDel(type);
     }
     mrpTransmitTxAttributes(intfId);
-    // An indication may drop what is left of the frame, so each key is taken before it is worked
-    // on.
-    if (mrpLib_->application() == MrpApplication::msrp) {
-        while (const auto key = msrpParsedDomainKey_.deq()) {
-            dispatch([this, &key, intfId] { processParsedAttribute(*key, intfId); });
+    processParsedQueue(msrpParsedDomainKey_, intfId);
+    processParsedQueue(mrpParsedAttributeKey_, intfId);
+}
+
+// An indication may drop what is left of the frame, so each value is taken before it is worked on.
+// Values that are not quiet come in runs as well: in vain the walk is tried again after one, two,
+// four of them only.
+void MrpSm::processParsedQueue(MrpParsedQueue& queue, IntfId intfId) {
+    constexpr std::uint32_t longestRun = 64;
+    std::uint32_t run = 1;
+    while (!queue.empty()) {
+        run = passQuietValues(queue, intfId) ? 1 : std::min(2 * run, longestRun);
+        for (std::uint32_t i = 0; i < run; ++i) {
+            const auto place = queue.deq();
+            if (!place) {
+                return;
+            }
+            dispatch([this, &place, intfId] {
+                processParsedAttribute(mrpParsedAttribute_.attribute(*place), intfId);
+            });
         }
-    }
-    while (const auto key = mrpParsedAttributeKey_.deq()) {
-        dispatch([this, &key, intfId] { processParsedAttribute(*key, intfId); });
     }
 }
 
-void MrpSm::processParsedAttribute(const MrpParsedAttributeKey& key, IntfId intfId) {
-    const MrpParsedAttribute* parsed = mrpParsedAttribute_.find(key);
-    if (parsed == nullptr) {
-        return;
-    }
-    fillMrpLibFromSavedValue(intfId, *parsed);
-    const std::uint8_t event = parsed->attributeEvent();
-    parseContext_->intfIdIs(intfId);
-    parseContext_->attributeTypeIs(key.attributeType);
-    parseContext_->attributeKeyIs(key.attributeKey);
+void MrpSm::processParsedAttribute(const MrpParsedAttribute& parsed, IntfId intfId) {
+    fillMrpLibFromSavedValue(intfId, parsed);
+    const std::uint8_t event = parsed.attributeEvent();
+    parseContext_->attributeIs({intfId, parsed.key().attributeType, parsed.key().attributeKey});
     parseContext_->attributeEventIs(event);
     applicantSm_->applicantEventIs(MrpApplicantSm::mrpMapRxApplicantEvent(event));
     applicantSm_->handleApplicantEvent();
@@ -104,10 +98,9 @@ void MrpSm::mrpProcessRxLeaveAll(IntfId intfId, AttributeType attributeType) {
         }
         // The applicant answers as if the registration already showed what this very frame
         // declares; the registrar then starts from its true state.
-        const MrpParsedAttribute* parsed = mrpParsedAttribute_.find({attributeType, key});
+        const std::optional<std::uint8_t> event = mrpParsedAttribute_.event({attributeType, key});
         const bool declared =
-            parsed != nullptr && MrpRegistrarSm::mrpMapRxRegistrarEvent(parsed->attributeEvent()) <=
-                                     MrpRegistrarEvent::rxJoinMt;
+            event && MrpRegistrarSm::mrpMapRxRegistrarEvent(*event) <= MrpRegistrarEvent::rxJoinMt;
         {
             const MrpAttrDatabase::AssumedRegistrarState assumed(
                 record, declared ? MrpRegistrarState::IN : MrpRegistrarState::MT);

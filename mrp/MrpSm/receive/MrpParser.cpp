@@ -257,13 +257,12 @@ MrpParseStatus MrpSm::parseThreePackedEvents(Pkt& pkt) {
     if (packedBytes > pkt.bytes()) {
         return packedBytesMissing(packedBytes, pkt.bytes());
     }
-    const std::uint8_t* packed = pkt.data();
-    for (std::uint16_t valueIndex = 0; valueIndex < values;) {
-        for (const std::uint8_t event : threePackedEvents[*packed++]) {
-            processMrpEvent(event, valueIndex);
-            if (++valueIndex == values) {
-                break;
-            }
+    if (values > 0 && !mrpSmTrace.enabled(valueTraceLevel)) {
+        fileVector(pkt.data());
+    } else {
+        for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
+            processMrpEvent(threePackedEvents[pkt.data()[valueIndex / 3]][valueIndex % 3],
+                            valueIndex);
         }
     }
     context.attributeListBytesLeftDec(packedBytes + context.attributeLength() + VectorHeader::size);
@@ -284,9 +283,13 @@ MrpParseStatus MrpSm::parseThreeFourPackedEvents(Pkt& pkt) {
     if (packedBytes > pkt.bytes()) {
         return packedBytesMissing(packedBytes, pkt.bytes());
     }
-    for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
-        const ThreeEvents& events = threePackedEvents[pkt.data()[valueIndex / 3]];
-        processThreeAndFourPacked(pkt, events[valueIndex % 3], valueIndex, threePacked);
+    if (!mrpSmTrace.enabled(valueTraceLevel)) {
+        fileVector(pkt.data());
+    } else {
+        for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
+            const ThreeEvents& events = threePackedEvents[pkt.data()[valueIndex / 3]];
+            processThreeAndFourPacked(pkt, events[valueIndex % 3], valueIndex, threePacked);
+        }
     }
     MRP_TRACE(8, " attributeListBytesLeft before accounting this vector ="
                      << context.attributeListBytesLeft());
@@ -304,41 +307,6 @@ void MrpSm::processThreeAndFourPacked(const Pkt& pkt, std::uint8_t event, std::u
     mrpLib_->rxImage().listener.listenerEventIs(
         static_cast<MsrpListenerEvent>(octet >> shift & 3U));
     processMrpEvent(event, valueIndex);
-}
-
-void MrpSm::saveParsedMrpAttribute() {
-    const MrpParsedAttributeKey key{parseContext_->attributeType(), parseContext_->attributeKey()};
-    MrpParsedAttribute& attribute = mrpParsedAttributeIs(key);
-    attribute.attributeEventIs(parseContext_->attributeEvent());
-    saveParsedMrpAttributeValue(attribute);
-    if (mrpLib_->application() == MrpApplication::msrp && key.attributeType == domainType) {
-        msrpParsedDomainKeyEnq(key);
-    } else {
-        mrpParsedAttributeKeyEnq(key);
-    }
-}
-
-void MrpSm::saveParsedMrpAttributeValue(MrpParsedAttribute& attribute) {
-    switch (mrpLib_->application()) {
-    case MrpApplication::msrp:
-        saveParsedMsrpAttributeValue(attribute);
-        break;
-    case MrpApplication::mvrp:
-        saveParsedMvrpAttributeValue(attribute);
-        break;
-    default:
-        break;
-    }
-}
-
-void MrpSm::saveParsedMsrpAttributeValue(MrpParsedAttribute& attribute) {
-    attribute.attributeValue().assign(
-        mrpLib_->rxImage().octets(parseContext_->attributeType(), MrpApplication::msrp));
-}
-
-void MrpSm::saveParsedMvrpAttributeValue(MrpParsedAttribute& attribute) {
-    attribute.attributeValue().assign(
-        mrpLib_->rxImage().octets(parseContext_->attributeType(), MrpApplication::mvrp));
 }
 
 void MrpSm::skipMessageDueToFutureProtocolVersion(Pkt& pkt) {

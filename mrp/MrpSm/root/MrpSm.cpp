@@ -95,7 +95,7 @@ MrpSm::~MrpSm() {
     leaveAllSm_ = nullptr;
     parseContext_ = nullptr;
     mrpCounters_ = nullptr;
-    mrpParsedAttribute_.attributeDelAll();
+    mrpParsedAttribute_.delAll();
     mrpAttrLogSm_ = nullptr;
     mrpAttrIterDelAll();
     mrpDatabaseDeleteSm_ = nullptr;

@@ -16,12 +16,12 @@
 #include "mrp/MrpSm/protocol/MrpLeaveAllSm.h"
 #include "mrp/MrpSm/protocol/MrpRegistrarSm.h"
 #include "mrp/MrpSm/receive/MrpPamSm.h"
+#include "mrp/MrpSm/receive/MrpParsedAttributes.h"
+#include "mrp/MrpSm/receive/MrpParsedQueue.h"
 #include "mrp/MrpSm/root/MrpLib.h"
-#include "mrp/MrpSm/types/IndexedQueue.h"
 #include "mrp/MrpSm/types/MrpConfig.h"
 #include "mrp/MrpSm/types/MrpCounters.h"
 #include "mrp/MrpSm/types/MrpParseContext.h"
-#include "mrp/MrpSm/types/MrpParsedAttributes.h"
 #include "mrp/MrpSm/types/MrpPortCounters.h"
 #include "mrp/MrpSm/types/MrpStatus.h"
 #include "platform/packet/EthDevPamMan.h"
@@ -143,10 +143,8 @@ class MrpSm final : public RefCounted {
     void processThreeAndFourPacked(const Pkt& pkt, std::uint8_t event, std::uint16_t valueIndex,
                                    std::size_t threePackedBytes);
     void skipMessageDueToFutureProtocolVersion(Pkt& pkt);
+    // Files the value in hand.
     void saveParsedMrpAttribute();
-    void saveParsedMrpAttributeValue(MrpParsedAttribute& attribute);
-    void saveParsedMsrpAttributeValue(MrpParsedAttribute& attribute);
-    void saveParsedMvrpAttributeValue(MrpParsedAttribute& attribute);
 
     // Set when an MRPDU's protocol version is newer than ours, until the frame has been processed.
     // One flag for the whole process.
@@ -162,32 +160,19 @@ class MrpSm final : public RefCounted {
     void processMrpEvent(std::uint8_t event, std::uint16_t valueIndex);
     // Applies what the frame in hand said: received LeaveAlls, MSRP Domains, all else.
     void processParsedAttributes(IntfId intfId);
-    void processParsedAttribute(const MrpParsedAttributeKey& key, IntfId intfId);
+    void processParsedAttribute(const MrpParsedAttribute& parsed, IntfId intfId);
     void mrpProcessRxLeaveAll(IntfId intfId, AttributeType attributeType);
 
-    // The frame in hand: types with a received LeaveAll, attributes, and their keys in the order in
-    // which they came. Empty between frames.
+    // The frame in hand: types with a received LeaveAll, attributes, and their places in the order
+    // in which they came. Empty between frames.
     const std::map<AttributeType, bool>& mrpRxLeaveAll() const { return mrpRxLeaveAll_; }
     void mrpRxLeaveAllIs(AttributeType type, bool received) { mrpRxLeaveAll_[type] = received; }
     void mrpRxLeaveAllDel(AttributeType type) { mrpRxLeaveAll_.erase(type); }
     void mrpRxLeaveAllDelAll() { mrpRxLeaveAll_.clear(); }
-    MrpParsedAttributes& mrpParsedAttribute() { return mrpParsedAttribute_; }
-    MrpParsedAttribute& mrpParsedAttributeIs(const MrpParsedAttributeKey& key) {
-        return mrpParsedAttribute_.attributeIs(key);
-    }
-    void mrpParsedAttributeDel(const MrpParsedAttributeKey& key) {
-        mrpParsedAttribute_.attributeDel(key);
-    }
-    void mrpParsedAttributeDelAll() { mrpParsedAttribute_.attributeDelAll(); }
-    IndexedQueue<MrpParsedAttributeKey>& mrpParsedAttributeKey() { return mrpParsedAttributeKey_; }
-    void mrpParsedAttributeKeyEnq(const MrpParsedAttributeKey& key) {
-        mrpParsedAttributeKey_.enq(key);
-    }
-    void mrpParsedAttributeKeyDelAll() { mrpParsedAttributeKey_.delAll(); }
-    // The keys of MSRP Domains, which go first.
-    IndexedQueue<MrpParsedAttributeKey>& msrpParsedDomainKey() { return msrpParsedDomainKey_; }
-    void msrpParsedDomainKeyEnq(const MrpParsedAttributeKey& key) { msrpParsedDomainKey_.enq(key); }
-    void msrpParsedDomainKeyDelAll() { msrpParsedDomainKey_.delAll(); }
+    const MrpParsedAttributes& mrpParsedAttribute() const { return mrpParsedAttribute_; }
+    MrpParsedQueue& mrpParsedAttributeKey() { return mrpParsedAttributeKey_; }
+    // Those of MSRP Domains, which go first.
+    MrpParsedQueue& msrpParsedDomainKey() { return msrpParsedDomainKey_; }
     // Forgets the rest of the frame in hand; that of an interface, if it is the one that received
     // it.
     void dropParsed();
@@ -333,6 +318,16 @@ class MrpSm final : public RefCounted {
     MrpParseStatus unidentifiedAttributeType();
     MrpParseStatus packedBytesMissing(std::size_t wanted, std::size_t left);
     MrpParseStatus countEmptyLeaveAll();
+    void fileVector(const std::uint8_t* packed);
+    void countEvents(const std::uint8_t* packed, std::uint16_t values);
+    void processParsedQueue(MrpParsedQueue& queue, IntfId intfId);
+    class QuietRecords;
+    // Takes values off the queue as long as they change nothing that anybody can see. Whether there
+    // were any.
+    bool passQuietValues(MrpParsedQueue& queue, IntfId intfId);
+    std::uint32_t quietValues(const MrpParsedPlace& first, QuietRecords& records);
+    void loadImages(const MrpParsedPlace& place);
+    void showQuietValue(const MrpParsedPlace& place, IntfId intfId);
 
     // Transmit
     void closePacket(MrpTxPacketContext& context) const;
@@ -373,9 +368,9 @@ class MrpSm final : public RefCounted {
     std::uint8_t maxAttrTypes_ = 0;
     bool recycledPkt_ = false;
     std::map<AttributeType, bool> mrpRxLeaveAll_;
-    IndexedQueue<MrpParsedAttributeKey> mrpParsedAttributeKey_;
     MrpParsedAttributes mrpParsedAttribute_;
-    IndexedQueue<MrpParsedAttributeKey> msrpParsedDomainKey_;
+    MrpParsedQueue mrpParsedAttributeKey_{mrpParsedAttribute_, false};
+    MrpParsedQueue msrpParsedDomainKey_{mrpParsedAttribute_, true};
     IntfId parsedIntfId_;  // which received the frame in hand; empty between frames
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;
     std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>> mrpAttrIter_;

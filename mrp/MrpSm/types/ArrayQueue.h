@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -69,12 +70,14 @@ class ArrayQueue {
             throw std::range_error("ArrayQueue full");
         }
         metadata_ = {0, static_cast<std::uint8_t>(octets.size())};
-        for (std::size_t i = 0; i < octets.size(); ++i) {
-            octets_[i] = octets[i];
-        }
+        std::copy(octets.begin(), octets.end(), octets_.begin());
     }
     // Copies the first octets out, as many as the target takes; 0 behind the end.
     void copyTo(std::span<std::uint8_t> target) const {
+        if (metadata_.head == 0 && target.size() <= metadata_.count) {
+            std::copy_n(octets_.begin(), target.size(), target.begin());
+            return;
+        }
         for (std::size_t i = 0; i < target.size(); ++i) {
             target[i] = i < metadata_.count ? octets_[place(i)] : std::uint8_t{0};
         }

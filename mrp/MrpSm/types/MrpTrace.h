@@ -10,6 +10,11 @@ namespace Mrp {
 // 8 every handler's own name and what it works on.
 extern TraceSource mrpSmTrace;
 
+// From this level on the values of a received PDU are traced one by one,
+inline constexpr int valueTraceLevel = 4;
+// from this one also what each handler does with them.
+inline constexpr int handlerTraceLevel = 8;
+
 }  // namespace Mrp
 
 // A build with the option MRP_WITHOUT_TRACES compiles the messages and runs none of them.

@@ -12,6 +12,16 @@ std::span<std::uint8_t> octetsOf(Record& record) {
     return {reinterpret_cast<std::uint8_t*>(&record), sizeof(Record)};
 }
 
+// Adds to the number of so many octets that stands there in network order; it wraps to zero.
+void addTo(std::span<std::uint8_t> octets, std::uint32_t n) {
+    std::uint64_t carry = n;
+    for (std::size_t i = octets.size(); i-- > 0 && carry != 0;) {
+        carry += octets[i];
+        octets[i] = static_cast<std::uint8_t>(carry);
+        carry >>= 8U;
+    }
+}
+
 }  // namespace
 
 std::span<std::uint8_t> MrpValueImage::octets(AttributeType attributeType,
@@ -59,6 +69,23 @@ AttributeKey MrpValueImage::key(AttributeType attributeType, MrpApplication appl
         return domain.srClassId;
     default:
         return 0;
+    }
+}
+
+void mrpAdvanceValue(std::span<std::uint8_t> octets, AttributeType attributeType,
+                     MrpApplication application, std::uint32_t n) {
+    if (application == MrpApplication::mvrp) {
+        addTo(octets, n);
+        return;
+    }
+    if (attributeType == domainType) {
+        addTo(octets.subspan(offsetof(MsrpDomainAttribute, srClassId), 1), n);
+        addTo(octets.subspan(offsetof(MsrpDomainAttribute, srClassPriority), 1), n);
+        return;
+    }
+    addTo(octets.first(sizeof(MsrpListenerStreamAttribute)), n);
+    if (attributeType != listenerType) {
+        addTo(octets.subspan(offsetof(MsrpTalkerAdvertiseAttribute, frame), sizeof(EthAddr)), n);
     }
 }
 

@@ -28,4 +28,9 @@ struct MrpValueImage {
     AttributeKey key(AttributeType attributeType, MrpApplication application) const;
 };
 
+// Makes the octets of a value, as a database record stores them, those of the n-th behind it in a
+// vector; a Listener's declaration type stays. The type is one that the application has.
+void mrpAdvanceValue(std::span<std::uint8_t> octets, AttributeType attributeType,
+                     MrpApplication application, std::uint32_t n);
+
 }  // namespace Mrp

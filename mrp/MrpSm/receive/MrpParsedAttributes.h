@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "mrp/MrpSm/receive/MrpParsedIndex.h"
+#include "mrp/MrpSm/receive/MrpParsedVector.h"
+#include "mrp/MrpSm/types/MrpParsedAttribute.h"
+
+namespace Mrp {
+
+// What the PDU in hand says, in the order in which it came. One frame can carry thousands of
+// values, and they all go when it has been processed: so vectors are filed as they came, in arrays
+// that are kept, and deleting all costs the same for any number. When an attribute comes more than
+// once its last event and value count, at every place where it came.
+class MrpParsedAttributes {
+  public:
+    bool empty() const { return vectors_.empty(); }
+    // How many different attributes there are.
+    std::size_t size() const;
+    const std::vector<MrpParsedVector>& vectors() const { return vectors_; }
+
+    // Files a vector of at least one value, of a type that the application has; the first value is
+    // given as a database record stores it. The caller writes an event for each value to the octets
+    // that are returned, and behind them a declaration type for each value of a Listener vector.
+    std::uint8_t* vectorIs(AttributeType attributeType, MrpApplication application,
+                           AttributeKey firstKey, std::span<const std::uint8_t> firstValue,
+                           std::uint16_t values);
+    void delAll();
+
+    // Whether an attribute came more than once.
+    bool repeats() const;
+    // Where an attribute came last; nothing when it did not come.
+    std::optional<MrpParsedPlace> find(const MrpParsedAttributeKey& key) const;
+
+    // The event that came last for an attribute; nothing when it did not come.
+    std::optional<std::uint8_t> event(const MrpParsedAttributeKey& key) const;
+
+    // The events of a vector, one for each value.
+    const std::uint8_t* events(const MrpParsedVector& vector) const {
+        return octets_.data() + vector.octets + vector.valueSize;
+    }
+    // Writes the value of a place as a database record stores it, in so many octets of the vector.
+    void copyValue(const MrpParsedPlace& place, std::span<std::uint8_t> octets) const;
+    // The attribute that came at a place, with the event and value that came last for it.
+    MrpParsedAttribute attribute(const MrpParsedPlace& place) const;
+
+  private:
+    bool rangesOverlap() const;
+    const MrpParsedIndex& index() const;
+
+    std::vector<MrpParsedVector> vectors_;
+    std::vector<std::uint8_t> octets_;
+    std::size_t values_ = 0;
+    bool ascending_ = true;  // the vectors came in the order of their types and keys
+    bool wraps_ = false;     // the keys of a vector do
+    mutable std::optional<bool> repeats_;
+
+    // Made when somebody asks for a key, or vectors may name an attribute twice.
+    mutable MrpParsedIndex index_;
+    mutable std::uint32_t indexed_ = 0;  // how many vectors it knows
+};
+
+}  // namespace Mrp
