@@ -142,5 +142,16 @@ TEST(Quiet, TheTraceChangesNothing) {
     EXPECT_GT(known, 1000U) << "the stories have next to nothing that is quiet";
 }
 
+// An In changes no state, but it is the occasion on which an attribute that nobody needs goes.
+TEST(Quiet, NeitherDeclaredNorRegistered) {
+    for (const MrpRegistrarState registrar : {MrpRegistrarState::MT, MrpRegistrarState::IN}) {
+        TestNode node(MrpApplication::mvrp);
+        node.place(vlanType, 100, MrpApplicantState::VO, registrar);
+        node.receive("0102 0001 0064 48 0000 0000");
+        const bool registered = registrar == MrpRegistrarState::IN;
+        EXPECT_EQ(node.states(vlanType, 100), registered ? "VO/IN" : "-");
+    }
+}
+
 }  // namespace
 }  // namespace MrpTest::Wire
