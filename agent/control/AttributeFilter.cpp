@@ -80,7 +80,7 @@ std::optional<std::bitset<VlanId::max + 1>> vlansOf(const std::string& text) {
     }
 }
 
-bool AttributeFilter::States::add(const std::string& name) {
+bool AttributeStates::add(const std::string& name) {
     if (const auto applicant = stateNumber<MrpApplicantState>(name, applicantStates)) {
         applicants_.set(*applicant);
     } else if (const auto registrar = stateNumber<MrpRegistrarState>(name, registrarStates)) {
@@ -95,7 +95,7 @@ bool AttributeFilter::States::add(const std::string& name) {
     return true;
 }
 
-bool AttributeFilter::States::fits(MrpApplicantState applicant, MrpRegistrarState registrar) const {
+bool AttributeStates::fits(MrpApplicantState applicant, MrpRegistrarState registrar) const {
     return applicants_.test(static_cast<std::size_t>(applicant)) ||
            registrars_.test(static_cast<std::size_t>(registrar)) ||
            (registered_ && registers(registrar)) || (declared_ && declares(applicant));

@@ -12,6 +12,20 @@
 
 namespace MrpAgent {
 
+// States of an attribute: any of its registrar, of its applicant, or what they amount to.
+class AttributeStates {
+  public:
+    // False when there is no such state.
+    bool add(const std::string& name);
+    bool fits(Mrp::MrpApplicantState applicant, Mrp::MrpRegistrarState registrar) const;
+
+  private:
+    std::bitset<Mrp::applicantStates> applicants_;
+    std::bitset<Mrp::registrarStates> registrars_;
+    bool registered_ = false;
+    bool declared_ = false;
+};
+
 // What of the attributes a request is about: one of the values of each filter that is given.
 class AttributeFilter final {
   public:
@@ -25,19 +39,7 @@ class AttributeFilter final {
         state = 32,
         all = 63,
     };
-    // States of an attribute: any of its registrar, of its applicant, or what they amount to.
-    class States {
-      public:
-        // False when there is no such state.
-        bool add(const std::string& name);
-        bool fits(Mrp::MrpApplicantState applicant, Mrp::MrpRegistrarState registrar) const;
-
-      private:
-        std::bitset<Mrp::applicantStates> applicants_;
-        std::bitset<Mrp::registrarStates> registrars_;
-        bool registered_ = false;
-        bool declared_ = false;
-    };
+    using States = AttributeStates;
 
     // Fits everything.
     AttributeFilter() = default;
