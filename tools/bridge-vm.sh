@@ -56,6 +56,8 @@ for module in $(cat /modules); do
     modprobe "$module" || echo "module $module is missing"
 done
 mount -t 9p -o trans=virtio,version=9p2000.L,ro,cache=loose,msize=524288 root /host
+mkdir /realtmp
+mount --bind /host/tmp /realtmp
 for place in tmp run dev/shm; do
     [ "$place" = dev/shm ] && mount -t devtmpfs dev /host/dev && mkdir -p /host/dev/shm
     mount -t tmpfs tmpfs "/host/$place"
@@ -66,6 +68,10 @@ mount -t proc proc /host/proc
 mount -t sysfs sysfs /host/sys
 mount -t 9p -o trans=virtio,version=9p2000.L,msize=65536 job /host/run/bridge-vm
 chmod 1777 /host/tmp
+tree=$(cat /host/run/bridge-vm/tree)
+case $tree in  # it is not hidden by the machine's own /tmp
+/tmp/*) mkdir -p "/host$tree" && mount --bind "/realtmp/${tree#/tmp/}" "/host$tree" ;;
+esac
 hostname bridge-vm
 ip link set lo up
 stty -F /dev/ttyS1 raw -echo
@@ -159,6 +165,7 @@ trap 'rm -rf "$job"' EXIT
     printf '%q ' "$@"
     echo
 } >"$job/command"
+echo "$root" >"$job/tree"
 status=0
 runMachine "$job" || status=$?
 if [ -s "$job/status" ]; then
