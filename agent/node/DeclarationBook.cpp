@@ -113,7 +113,7 @@ std::optional<std::string> DeclarationBook::declare(const Declarations& declarat
         }
         for (Page* page : {&changed.configured_, &changed.requested_}) {
             bool found = false;
-            if (const auto obstacle = takeOut(*page, declaration, found)) {
+            if (auto obstacle = takeOut(*page, declaration, found)) {
                 return obstacle;
             }
         }
@@ -128,7 +128,7 @@ std::optional<std::string> DeclarationBook::withdraw(const Declarations& declara
     for (const Declaration& declaration : declarations) {
         bool found = false;
         for (Page* page : {&changed.configured_, &changed.requested_}) {
-            if (const auto obstacle = takeOut(*page, declaration, found)) {
+            if (auto obstacle = takeOut(*page, declaration, found)) {
                 return obstacle;
             }
         }

@@ -357,7 +357,7 @@ std::optional<std::string> Node::declare(const std::vector<Declaration>& declara
             }
         }
     }
-    const auto obstacle = book_.declare(declarations);
+    auto obstacle = book_.declare(declarations);
     if (!obstacle) {
         declareAll();
     }
@@ -368,7 +368,7 @@ std::optional<std::string> Node::withdraw(const std::vector<Declaration>& declar
     if (role_ == Role::standby) {
         return "a standby agent declares nothing";
     }
-    const auto obstacle = book_.withdraw(declarations);
+    auto obstacle = book_.withdraw(declarations);
     if (!obstacle) {
         declareAll();
     }
