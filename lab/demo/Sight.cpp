@@ -75,12 +75,14 @@ std::vector<std::string> Sight::differences(const Stage& stage) const {
         const auto found = ports_.find(port);
         const Port seen = found != ports_.end() ? found->second : Port();
         for (std::size_t list = 0; list < lists; ++list) {
-            const auto tell = [&](const Names& some, const Names& others, const char* verb) {
+            const auto tell = [&, &name = port](const Names& some, const Names& others,
+                                                const char* verb) {
                 Names rest;
                 std::set_difference(some.begin(), some.end(), others.begin(), others.end(),
                                     std::inserter(rest, rest.end()));
-                for (const std::string& name : rest) {
-                    lines.push_back(port + ": " + name + verb + listNames[list]);
+                for (const std::string& one : rest) {
+                    lines.push_back(name);
+                    lines.back().append(": ").append(one).append(verb).append(listNames[list]);
                 }
             };
             tell(want.names[list], seen.names[list], " is not ");
