@@ -34,7 +34,8 @@ Sight readSight(const std::string& directory, const Stage& stage) {
     }
     Sight sight;
     for (const std::string& node : nodes) {
-        const std::string fileName = directory + "/" + node + ".json";
+        std::string fileName = directory;
+        fileName.append("/").append(node).append(".json");
         std::ifstream file(fileName, std::ios::binary);
         try {
             sight.vlansAre(node, MrpAgent::Json::parse(file).at("vlans"));
