@@ -18,8 +18,8 @@ std::string portText(const Json& row) {
 }
 
 std::string attributeText(const Json& row, const std::string& change) {
-    const std::string name = change + ' ' + cellOf(row, "application") + ' ' + cellOf(row, "port") +
-                             ' ' + cellOf(row, "attributeType") + ' ' + attributeName(row);
+    std::string name = change + ' ' + cellOf(row, "application") + ' ' + cellOf(row, "port") + ' ' +
+                       cellOf(row, "attributeType") + ' ' + attributeName(row);
     if (change == removed) {
         return name;
     }
