@@ -19,6 +19,12 @@ other=$2
 for program in "$one" "$other"; do
     [ -x "$program" ] || { echo "$0: $program: no program" >&2; exit 2; }
 done
+# A program that was copied away from its build still runs that build's engine.
+engineOf() { ldd "$1" | awk '$1 ~ /^libmrp\.so/ { print $3 }'; }
+if [ -n "$(engineOf "$one")" ] && [ "$(engineOf "$one")" -ef "$(engineOf "$other")" ]; then
+    echo "$0: both run $(engineOf "$one")" >&2
+    exit 2
+fi
 
 work=$(mktemp -d)
 mkdir "$work/random"

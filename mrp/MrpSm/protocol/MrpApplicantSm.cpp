@@ -10,66 +10,7 @@
 
 namespace Mrp {
 
-namespace {
-
-// What a cell of the table sends, in order.
-enum class Action : std::uint8_t {
-    none,         // the event is ignored
-    nothing,      // no message, but a change of state
-    newTwice,     // New into both packets
-    newOnce,      // New into the first packet
-    joinTwice,    // JoinIn or JoinMt into both packets
-    joinOnce,     // the same into the first packet
-    leave,        // Lv
-    reg,          // In or Mt: what the registrar says
-    regThenJoin,  // In or Mt into the first, JoinIn or JoinMt into the second packet
-};
-
-struct Cell {
-    Action action = Action::none;
-    MrpApplicantState next = MrpApplicantState::VO;  // read only when there is an action
-};
-
 using enum MrpApplicantState;
-
-constexpr Cell none{};
-constexpr Cell news{Action::newTwice, QA};
-constexpr Cell new1{Action::newOnce, QA};
-constexpr Cell join{Action::joinTwice, QA};
-constexpr Cell joi1{Action::joinOnce, QA};
-constexpr Cell levo{Action::leave, VO};
-constexpr Cell revo{Action::reg, VO};
-constexpr Cell rejo{Action::regThenJoin, QA};
-constexpr Cell toVO{Action::nothing, VO};
-constexpr Cell toQA{Action::nothing, QA};
-constexpr Cell toAO{Action::nothing, AO};
-constexpr Cell toQO{Action::nothing, QO};
-constexpr Cell toQP{Action::nothing, QP};
-
-using Row = std::array<Cell, applicantEvents>;
-
-// IEEE 802.1Q table 10-3 with its states as rows, as far as it holds without transmit
-// opportunities: where the standard goes anxious and waits for tx!, the messages are sent and the
-// state is the one behind them. Flush! and rNew! leave every applicant as it is.
-// clang-format off
-constexpr std::array<Row, applicantStates> table{{
-    //        New!  Join! Lv!   Re-d! Flush rNew! rJnI! rIn!  rJnM! rMt!  rLv!  rLA!  txLA! none
-    /* VO */ {news, join, none, revo, none, none, toAO, none, none, none, revo, revo, revo, none},
-    /* VP */ {news, none, toVO, none, none, none, joi1, none, none, none, none, none, rejo, none},
-    /* VN */ {none, none, levo, none, none, none, none, none, none, none, none, none, news, none},
-    /* AN */ {none, none, levo, news, none, none, none, none, none, none, news, news, new1, none},
-    /* AA */ {news, none, levo, join, none, none, toQA, toQA, none, none, join, join, none, none},
-    /* QA */ {news, join, levo, join, none, none, none, none, joi1, joi1, join, join, joi1, none},
-    /* LA */ {news, joi1, none, none, none, none, none, none, none, none, none, none, revo, none},
-    /* AO */ {news, joi1, none, revo, none, none, toQO, none, none, none, revo, revo, revo, none},
-    /* QO */ {news, toQP, none, revo, none, none, none, none, toAO, toAO, revo, revo, revo, none},
-    /* AP */ {news, none, toAO, join, none, none, toQP, none, none, none, join, join, joi1, none},
-    /* QP */ {news, none, toQO, join, none, none, none, none, joi1, joi1, join, join, joi1, none},
-    /* LO */ {news, join, none, none, none, none, none, none, toVO, toVO, none, none, none, none},
-}};
-// clang-format on
-
-}  // namespace
 
 MrpApplicantSm::MrpApplicantSm(MrpSm& mrpSm, Ptr<MrpConfig> mrpConfig)
     : mrpSm_(mrpSm), mrpConfig_(std::move(mrpConfig)) {
@@ -90,8 +31,7 @@ MrpApplicantEvent MrpApplicantSm::mrpMapRxApplicantEvent(std::uint8_t attributeE
 }
 
 bool MrpApplicantSm::ignores(MrpApplicantState state, MrpApplicantEvent event) {
-    return table[static_cast<std::size_t>(state)][static_cast<std::size_t>(event)].action ==
-           Action::none;
+    return mrpApplicantCell(state, event).ignored;
 }
 
 void MrpApplicantSm::mrpSetApplicantState(MrpApplicantState state) {
@@ -191,42 +131,35 @@ void MrpApplicantSm::handleLeavingObserver(MrpApplicantEvent event) {
 }
 
 void MrpApplicantSm::applyRow(MrpApplicantState state, MrpApplicantEvent event) {
-    const auto column = static_cast<std::size_t>(event);
-    if (column >= applicantEvents) {
+    if (static_cast<std::size_t>(event) >= applicantEvents) {
         return;
     }
-    const Cell cell = table[static_cast<std::size_t>(state)][column];
-    switch (cell.action) {
-    case Action::none:
+    const MrpApplicantCell& cell = mrpApplicantCell(state, event);
+    if (cell.ignored) {
         return;
-    case Action::nothing:
+    }
+    mrpApplicantSend(cell.first, false);
+    mrpApplicantSend(cell.second, true);
+    mrpSetApplicantState(cell.next);
+}
+
+void MrpApplicantSm::mrpApplicantSend(ApplicantMessage message, bool second) {
+    switch (message) {
+    case ApplicantMessage::none:
         break;
-    case Action::newTwice:
-        mrpApplicantSendNew(false);
-        mrpApplicantSendNew(true);
+    case ApplicantMessage::newValue:
+        mrpApplicantSendNew(second);
         break;
-    case Action::newOnce:
-        mrpApplicantSendNew(false);
+    case ApplicantMessage::join:
+        mrpApplicantSendJoin(second);
         break;
-    case Action::joinTwice:
-        mrpApplicantSendJoin(false);
-        mrpApplicantSendJoin(true);
-        break;
-    case Action::joinOnce:
-        mrpApplicantSendJoin(false);
-        break;
-    case Action::leave:
+    case ApplicantMessage::leave:
         mrpApplicantSendLeave();
         break;
-    case Action::reg:
-        mrpApplicantSendRegisteredState(false);
-        break;
-    case Action::regThenJoin:
-        mrpApplicantSendRegisteredState(false);
-        mrpApplicantSendJoin(true);
+    case ApplicantMessage::registration:
+        mrpApplicantSendRegisteredState(second);
         break;
     }
-    mrpSetApplicantState(cell.next);
 }
 
 void MrpApplicantSm::mrpApplicantSendNew(bool second) {
@@ -234,10 +167,7 @@ void MrpApplicantSm::mrpApplicantSendNew(bool second) {
 }
 
 void MrpApplicantSm::mrpApplicantSendJoin(bool second) {
-    if (const Ptr<MrpAttrDatabase> record = mrpSm_.mrpGetAttribute(false)) {
-        const bool registered = record->registrarState() == MrpRegistrarState::IN;
-        send(registered ? AttributeEvent::joinIn : AttributeEvent::joinMt, second);
-    }
+    sendByState(ApplicantMessage::join, second);
 }
 
 void MrpApplicantSm::mrpApplicantSendLeave() {
@@ -245,9 +175,13 @@ void MrpApplicantSm::mrpApplicantSendLeave() {
 }
 
 void MrpApplicantSm::mrpApplicantSendRegisteredState(bool second) {
+    sendByState(ApplicantMessage::registration, second);
+}
+
+void MrpApplicantSm::sendByState(ApplicantMessage message, bool second) {
     if (const Ptr<MrpAttrDatabase> record = mrpSm_.mrpGetAttribute(false)) {
         const bool registered = record->registrarState() == MrpRegistrarState::IN;
-        send(registered ? AttributeEvent::in : AttributeEvent::mt, second);
+        send(mrpMessageEvent(message, registered), second);
     }
 }
 

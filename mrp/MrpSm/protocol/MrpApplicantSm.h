@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "mrp/MrpSm/protocol/MrpApplicantTable.h"
 #include "mrp/MrpSm/types/MrpAttrDatabase.h"
 #include "mrp/MrpSm/types/MrpConfig.h"
 #include "mrp/MrpSm/types/MrpEnums.h"
@@ -56,10 +57,12 @@ class MrpApplicantSm final : public RefCounted {
     void applyRow(MrpApplicantState state, MrpApplicantEvent event);
 
     // Messages for the attribute in hand; `second` chooses the packet of the doubled message.
+    void mrpApplicantSend(ApplicantMessage message, bool second);
     void mrpApplicantSendNew(bool second);
     void mrpApplicantSendJoin(bool second);
     void mrpApplicantSendLeave();
     void mrpApplicantSendRegisteredState(bool second);
+    void sendByState(ApplicantMessage message, bool second);
     void send(std::uint8_t attributeEvent, bool second);
 
     MrpSm& mrpSm_;

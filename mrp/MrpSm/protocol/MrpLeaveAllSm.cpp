@@ -1,9 +1,11 @@
 #include "mrp/MrpSm/protocol/MrpLeaveAllSm.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "mrp/MrpSm/protocol/MrpLeaveAllRun.h"
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/Assert.h"
@@ -100,20 +102,32 @@ void MrpLeaveAllSm::mrpPostLeaveAllToSm(IntfId intfId, AttributeType type,
     // A snapshot, because the events delete; each key is looked at again before its turn. An
     // attribute that waits for deletion must not reach the applicant: it would be made anew, with
     // an all-zero value, and announced.
-    for (const AttributeKey key : mrpSm_.visibleKeys(intfId, type)) {
-        if (mrpSm_.mrpGetAttrFromDatabase(intfId, type, key, true) == nullptr) {
-            continue;
-        }
-        MRP_TRACE(8, "PostLeaveAllToSm: attributeKey = 0x" << hexStr(key) << " Type= " << +type);
+    const std::vector<AttributeKey> keys = mrpSm_.visibleKeys(intfId, type);
+    const MrpLeaveAllEvents events{intfId, type, applicantEvent, registrarEvent};
+    for (std::size_t next = 0; next < keys.size();) {
         // An error in one indication is none of the other attributes'.
         dispatch([&] {
-            mrpSm_.mrpFillContextFromDatabase({intfId, type, key});
-            mrpSm_.applicantSm()->applicantEventIs(applicantEvent);
-            mrpSm_.applicantSm()->handleApplicantEvent();
-            mrpSm_.registrarSm()->registrarEventIs(registrarEvent);
-            mrpSm_.registrarSm()->handleRegistrarEvent();
+            MrpLeaveAllRun::pass(mrpSm_, events, keys, next,
+                                 [](AttributeKey) { return std::nullopt; });
+            if (next < keys.size()) {
+                postToSm({intfId, type, keys[next++]}, applicantEvent, registrarEvent);
+            }
         });
     }
+}
+
+void MrpLeaveAllSm::postToSm(const MrpAttribute& attribute, MrpApplicantEvent applicantEvent,
+                             MrpRegistrarEvent registrarEvent) {
+    const auto& [intfId, type, key] = attribute;
+    if (mrpSm_.mrpGetAttrFromDatabase(intfId, type, key, true) == nullptr) {
+        return;
+    }
+    MRP_TRACE(8, "PostLeaveAllToSm: attributeKey = 0x" << hexStr(key) << " Type= " << +type);
+    mrpSm_.mrpFillContextFromDatabase(attribute);
+    mrpSm_.applicantSm()->applicantEventIs(applicantEvent);
+    mrpSm_.applicantSm()->handleApplicantEvent();
+    mrpSm_.registrarSm()->registrarEventIs(registrarEvent);
+    mrpSm_.registrarSm()->handleRegistrarEvent();
 }
 
 Seconds MrpLeaveAllSm::getLeaveAllTime(IntfId intfId) const {

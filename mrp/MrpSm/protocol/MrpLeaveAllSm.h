@@ -3,6 +3,7 @@
 #include <unordered_map>
 
 #include "mrp/MrpSm/protocol/MrpIntfLeaveAllSm.h"
+#include "mrp/MrpSm/types/MrpAttribute.h"
 #include "mrp/MrpSm/types/MrpConfig.h"
 #include "mrp/MrpSm/types/MrpEnums.h"
 #include "platform/base/Ptr.h"
@@ -56,6 +57,8 @@ class MrpLeaveAllSm final : public RefCounted {
     void intfLeaveAllSmDelAll() { intfLeaveAllSm_.clear(); }
 
   private:
+    void postToSm(const MrpAttribute& attribute, MrpApplicantEvent applicantEvent,
+                  MrpRegistrarEvent registrarEvent);
     void handleInitialized();
     void handleCfgLeaveAllTime();
     void handleCfgIntfLeaveAllTime(IntfId intfId);

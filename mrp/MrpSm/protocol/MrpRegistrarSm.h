@@ -40,6 +40,8 @@ class MrpRegistrarSm final : public RefCounted {
     // Starts the leave of the attribute in hand: in its explicit timer for rLv!, else in the shared
     // one of its interface and type. An attribute that waits there already is left as it is.
     void mrpAddAttrToLeavePending();
+    // How long from now such a leave takes, by the event that starts it.
+    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
     // Ends the leave of the attribute in hand, wherever it waits.
     void mrpDeleteAttrFromLeavePending();
     // Drops every leave timer of an interface; no indications.
@@ -91,7 +93,6 @@ class MrpRegistrarSm final : public RefCounted {
 
     Ptr<MrpLeaveSm> timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute);
     static void del(LeaveSms& leaveSms, const MrpAttribute& attribute);
-    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
 
     MrpSm& mrpSm_;
     Ptr<MrpConfig> mrpConfig_;

@@ -1,8 +1,11 @@
 #include "mrp/MrpSm/receive/MrpIntfPamSm.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
+#include <vector>
 
+#include "mrp/MrpSm/protocol/MrpLeaveAllRun.h"
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/Assert.h"
@@ -148,21 +151,31 @@ void MrpIntfPamSm::mrpAllLeaveAllSm(AttributeType attributeType) {
     MrpParseContext& context = *mrpSm_.parseContext();
     const ScopeGuard clear([&context] { context.sendTxLvAllIs(false); });
     context.sendTxLvAllIs(true);
-    for (const AttributeKey key : iter->snapshot()) {
-        if (mrpSm_.deletePending({intfId_, attributeType, key}) ||
-            mrpSm_.mrpGetAttrFromDatabase(intfId_, attributeType, key, true) == nullptr) {
-            continue;
+    const std::vector<AttributeKey> keys = iter->snapshot();
+    const MrpLeaveAllEvents events{intfId_, attributeType, MrpApplicantEvent::txLvAll,
+                                   MrpRegistrarEvent::none};
+    for (std::size_t next = 0; next < keys.size(); ++next) {
+        MrpLeaveAllRun::pass(mrpSm_, events, keys, next, [](AttributeKey) { return std::nullopt; });
+        if (next < keys.size()) {
+            postTxLeaveAll({intfId_, attributeType, keys[next]});
         }
-        MRP_TRACE(7, "AllLeaveAllSm: attributeKey = 0x" << hexStr(key)
-                                                        << " Type = " << +attributeType
-                                                        << "interface = " << intfId_.name());
-        mrpSm_.mrpFillContextFromDatabase({intfId_, attributeType, key});
-        mrpSm_.applicantSm()->applicantEventIs(MrpApplicantEvent::txLvAll);
-        mrpSm_.applicantSm()->handleApplicantEvent();
     }
     if (context.sendTxLvAll()) {
         mrpSm_.mrpLib()->mrpSendLeaveAll(attributeType, intfId_);
     }
+}
+
+void MrpIntfPamSm::postTxLeaveAll(const MrpAttribute& attribute) {
+    const auto& [intfId, attributeType, key] = attribute;
+    if (mrpSm_.deletePending(attribute) ||
+        mrpSm_.mrpGetAttrFromDatabase(intfId, attributeType, key, true) == nullptr) {
+        return;
+    }
+    MRP_TRACE(7, "AllLeaveAllSm: attributeKey = 0x" << hexStr(key) << " Type = " << +attributeType
+                                                    << "interface = " << intfId.name());
+    mrpSm_.mrpFillContextFromDatabase(attribute);
+    mrpSm_.applicantSm()->applicantEventIs(MrpApplicantEvent::txLvAll);
+    mrpSm_.applicantSm()->handleApplicantEvent();
 }
 
 }  // namespace Mrp

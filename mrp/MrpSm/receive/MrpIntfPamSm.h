@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "mrp/MrpSm/types/MrpAttribute.h"
 #include "mrp/MrpSm/types/MrpEnums.h"
 #include "mrp/MrpSm/types/PlatformNames.h"
 #include "platform/base/Ptr.h"
@@ -47,6 +48,7 @@ class MrpIntfPamSm final : public RefCounted {
     void rxMrpdusInc(std::uint64_t amount) { rxMrpdus_ += amount; }
 
   private:
+    void postTxLeaveAll(const MrpAttribute& attribute);
     void handleInitialized();
     // Whether the frame is the application's; strips a tag. Counts and traces what is not.
     bool acceptFrame(Pkt& pkt);

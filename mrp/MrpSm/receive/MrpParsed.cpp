@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "mrp/MrpSm/protocol/MrpLeaveAllRun.h"
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
 #include "platform/base/ScopeGuard.h"
@@ -86,30 +87,48 @@ void MrpSm::mrpProcessRxLeaveAll(IntfId intfId, AttributeType attributeType) {
     if (!iter) {
         return;
     }
-    for (const AttributeKey key : iter->snapshot()) {
-        MRP_TRACE(8, "mrpProcessRxLeaveAll: attributeKey = 0x" << hexStr(key)
-                                                               << " Type= " << +attributeType
-                                                               << "interface = " << intfId.name());
-        mrpFillContextFromDatabase({intfId, attributeType, key});
-        const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false);
-        if (!record) {
-            removeFromAttrIter(intfId, attributeType, key);
-            continue;
+    const std::vector<AttributeKey> keys = iter->snapshot();
+    const MrpLeaveAllEvents events{intfId, attributeType, MrpApplicantEvent::rxLvAll,
+                                   MrpRegistrarEvent::rxLvAll};
+    for (std::size_t next = 0; next < keys.size(); ++next) {
+        MrpLeaveAllRun::pass(*this, events, keys, next, [this, attributeType](AttributeKey key) {
+            return std::optional(declaredState({attributeType, key}));
+        });
+        if (next < keys.size()) {
+            processRxLeaveAll({intfId, attributeType, keys[next]});
         }
-        // The applicant answers as if the registration already showed what this very frame
-        // declares; the registrar then starts from its true state.
-        const std::optional<std::uint8_t> event = mrpParsedAttribute_.event({attributeType, key});
-        const bool declared =
-            event && MrpRegistrarSm::mrpMapRxRegistrarEvent(*event) <= MrpRegistrarEvent::rxJoinMt;
-        {
-            const MrpAttrDatabase::AssumedRegistrarState assumed(
-                record, declared ? MrpRegistrarState::IN : MrpRegistrarState::MT);
-            applicantSm_->applicantEventIs(MrpApplicantEvent::rxLvAll);
-            applicantSm_->handleApplicantEvent();
-        }
-        registrarSm_->registrarEventIs(MrpRegistrarEvent::rxLvAll);
-        registrarSm_->handleRegistrarEvent();
     }
+}
+
+// The registrar state in which the applicant sees an attribute at a LeaveAll: it answers as if the
+// registration already showed what this very frame declares.
+MrpRegistrarState MrpSm::declaredState(const MrpParsedAttributeKey& key) const {
+    const std::optional<std::uint8_t> event = mrpParsedAttribute_.event(key);
+    const bool declared =
+        event && MrpRegistrarSm::mrpMapRxRegistrarEvent(*event) <= MrpRegistrarEvent::rxJoinMt;
+    return declared ? MrpRegistrarState::IN : MrpRegistrarState::MT;
+}
+
+void MrpSm::processRxLeaveAll(const MrpAttribute& attribute) {
+    const auto& [intfId, attributeType, key] = attribute;
+    MRP_TRACE(8, "mrpProcessRxLeaveAll: attributeKey = 0x" << hexStr(key)
+                                                           << " Type= " << +attributeType
+                                                           << "interface = " << intfId.name());
+    mrpFillContextFromDatabase(attribute);
+    const Ptr<MrpAttrDatabase> record = mrpGetAttribute(false);
+    if (!record) {
+        removeFromAttrIter(intfId, attributeType, key);
+        return;
+    }
+    {
+        const MrpAttrDatabase::AssumedRegistrarState assumed(record,
+                                                             declaredState({attributeType, key}));
+        applicantSm_->applicantEventIs(MrpApplicantEvent::rxLvAll);
+        applicantSm_->handleApplicantEvent();
+    }
+    // The registrar starts from its true state.
+    registrarSm_->registrarEventIs(MrpRegistrarEvent::rxLvAll);
+    registrarSm_->handleRegistrarEvent();
 }
 
 }  // namespace Mrp

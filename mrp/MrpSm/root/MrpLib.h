@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 
 #include "mrp/MrpSm/transmit/MrpTxPacketContext.h"
@@ -117,6 +118,13 @@ class MrpLib : public RefCounted {
     void mrpSendAttributeIntf(const MrpParameters& parameters, IntfId intfId, bool second);
     // A LeaveAll vector of the type, into the first MRPDU.
     void mrpSendLeaveAll(AttributeType attributeType, IntfId intfId);
+    // Appends an event for the value of those octets, of a type that the application has.
+    void mrpAppendEvent(MrpTxPacketContext& context, AttributeType attributeType,
+                        std::span<const std::uint8_t> value, std::uint8_t event);
+    // How many octets of MRPDU make a packet of the interface full, so that it is sent at once: what
+    // is still to come must have room. And whether a packet has got there.
+    std::size_t mrpFullPacketSize(IntfId intfId) const;
+    bool mrpPacketFull(const MrpTxPacketContext& context, std::size_t fullSize) const;
 
     void mrpSendMsrpAttributeIntf(const MrpParameters& parameters, IntfId intfId, bool second);
     void mrpSendMvrpAttributeIntf(const MrpParameters& parameters, IntfId intfId, bool second);
@@ -172,8 +180,23 @@ class MrpLib : public RefCounted {
     bool mustOpenMessage(const MrpTxPacketContext& context, AttributeType attributeType,
                          std::uint8_t event) const;
     template <class InSequence, class Encode, class Extend>
-    void sendMsrpVector(AttributeType attributeType, std::uint8_t event, IntfId intfId, bool second,
-                        InSequence inSequence, Encode encode, Extend extend);
+    void appendMsrp(MrpTxPacketContext& context, AttributeType attributeType, std::uint8_t event,
+                    InSequence inSequence, Encode encode, Extend extend);
+    // Append one event to a packet under construction.
+    void append(MrpTxPacketContext& context, const MsrpTalkerAdvertiseAttribute& value,
+                std::uint8_t event);
+    void append(MrpTxPacketContext& context, const MsrpTalkerFailedAttribute& value,
+                std::uint8_t event);
+    void append(MrpTxPacketContext& context, const MsrpListenerAttribute& value,
+                std::uint8_t event);
+    void append(MrpTxPacketContext& context, const MsrpDomainAttribute& value, std::uint8_t event);
+    void append(MrpTxPacketContext& context, const MvrpVlanAttribute& value, std::uint8_t event);
+    template <class Value>
+    void appendTo(const Ptr<MrpTxPacketContext>& context, const Value& value, std::uint8_t event) {
+        if (context) {
+            append(*context, value, event);
+        }
+    }
     void applyRequest(const MrpParameters& parameters, IntfId queued, Seconds leaveAllTime);
     void sendLeaveAllRequest(const MrpParameters& parameters, IntfId queued, Seconds leaveAllTime);
     void declare(MrpApplicantEvent event);

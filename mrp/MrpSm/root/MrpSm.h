@@ -321,6 +321,8 @@ class MrpSm final : public RefCounted {
     void fileVector(const std::uint8_t* packed);
     void countEvents(const std::uint8_t* packed, std::uint16_t values);
     void processParsedQueue(MrpParsedQueue& queue, IntfId intfId);
+    MrpRegistrarState declaredState(const MrpParsedAttributeKey& key) const;
+    void processRxLeaveAll(const MrpAttribute& attribute);
     class QuietRecords;
     // Takes values off the queue as long as they change nothing that anybody can see. Whether there
     // were any.

@@ -31,6 +31,13 @@ std::uint16_t openVectorValues(const MrpTxPacketContext& context) {
     return mrpGetNumOfValues(context.vector(VectorHeader::size));
 }
 
+// A value by the octets that a record or an image has of it.
+template <class Value>
+const Value& valueAt(std::span<const std::uint8_t> octets) {
+    static_assert(alignof(Value) == 1);
+    return *reinterpret_cast<const Value*>(octets.data());
+}
+
 bool talkerInSequence(const MsrpTalkerAdvertiseAttribute& first,
                       const MsrpTalkerAdvertiseAttribute& value, std::uint16_t n) {
     return mrpTalkerValueInSequence(first.streamId, value.streamId, first.frame.dmac,
@@ -116,22 +123,17 @@ bool MrpLib::mustOpenMessage(const MrpTxPacketContext& context, AttributeType at
 }
 
 template <class InSequence, class Encode, class Extend>
-void MrpLib::sendMsrpVector(AttributeType attributeType, std::uint8_t event, IntfId intfId,
-                            bool second, InSequence inSequence, Encode encode, Extend extend) {
-    const Ptr<MrpTxPacketContext> held = packetContext(intfId, second);
-    if (!held) {
-        return;
-    }
-    MrpTxPacketContext& context = *held;
+void MrpLib::appendMsrp(MrpTxPacketContext& context, AttributeType attributeType,
+                        std::uint8_t event, InSequence inSequence, Encode encode, Extend extend) {
     std::size_t added = 0;
     if (mustOpenMessage(context, attributeType, event)) {
         mrpCreateNewMsrpHeader(context, attributeType);
-        added = encode(context);
-    } else if (!inSequence(context, openVectorValues(context))) {
+        added = encode();
+    } else if (!inSequence(openVectorValues(context))) {
         context.curVectorIs(msrpGetNumOfPackedBytes(context));
-        added = encode(context);
+        added = encode();
     } else {
-        added = extend(context);
+        added = extend();
     }
     std::uint8_t* listLength = context.at(*context.curMessage() + 2, sizeof(std::uint16_t));
     MRP_TRACE(8, " Cur Attribute List Length encoded = " << readBe16(listLength)
@@ -141,81 +143,62 @@ void MrpLib::sendMsrpVector(AttributeType attributeType, std::uint8_t event, Int
     context.lastAttributeTypeIs(attributeType);
 }
 
-void MrpLib::mrpSendTalkerAdvertise(std::uint8_t event, IntfId intfId, bool second) {
-    const MsrpTalkerAdvertiseAttribute& value = txImage_.talkerAdvertise;
-    MRP_TRACE(8, "mrpSendTalkerAdvertise on " << intfId.name() << " event=" << +event);
-    MRP_TRACE(8, "streamId = " << hexStr(value.streamId));
-    sendMsrpVector(
-        talkerAdvertiseType, event, intfId, second,
-        [&value](const MrpTxPacketContext& context, std::uint16_t n) {
+void MrpLib::append(MrpTxPacketContext& context, const MsrpTalkerAdvertiseAttribute& value,
+                    std::uint8_t event) {
+    appendMsrp(
+        context, talkerAdvertiseType, event,
+        [&](std::uint16_t n) {
             return talkerInSequence(openVector<MsrpTalkerVector>(context).firstValue, value, n);
         },
-        [&](MrpTxPacketContext& context) { return mrpEncodeTalkerVector(context, value, event); },
-        [event](MrpTxPacketContext& context) {
+        [&] { return mrpEncodeTalkerVector(context, value, event); },
+        [&] {
             return mrpPackThreePackedEvent(context, talkerAdvertiseType, event,
                                            MrpApplication::msrp);
         });
 }
 
-void MrpLib::mrpSendTalkerFailed(std::uint8_t event, IntfId intfId, bool second) {
-    const MsrpTalkerFailedAttribute& value = txImage_.talkerFailed;
-    MRP_TRACE(8, "mrpSendTalkerFailed on " << intfId.name() << " event=" << +event);
-    MRP_TRACE(8, "streamId = " << hexStr(value.talkerAdvertiseAttribute.streamId));
-    sendMsrpVector(
-        talkerFailedType, event, intfId, second,
-        [&value](const MrpTxPacketContext& context, std::uint16_t n) {
+void MrpLib::append(MrpTxPacketContext& context, const MsrpTalkerFailedAttribute& value,
+                    std::uint8_t event) {
+    appendMsrp(
+        context, talkerFailedType, event,
+        [&](std::uint16_t n) {
             return talkerInSequence(
                 openVector<MsrpTalkerFailedVector>(context).firstValue.talkerAdvertiseAttribute,
                 value.talkerAdvertiseAttribute, n);
         },
-        [&](MrpTxPacketContext& context) {
-            return mrpEncodeTalkerFailedVector(context, value, event);
-        },
-        [event](MrpTxPacketContext& context) {
+        [&] { return mrpEncodeTalkerFailedVector(context, value, event); },
+        [&] {
             return mrpPackThreePackedEvent(context, talkerFailedType, event, MrpApplication::msrp);
         });
 }
 
-void MrpLib::mrpSendListenerVector(std::uint8_t event, IntfId intfId, bool second) {
-    const MsrpListenerAttribute& value = txImage_.listener;
-    MRP_TRACE(8, "mrpSendListenerVector on " << intfId.name() << " event=" << +event);
-    MRP_TRACE(8, "streamId = " << hexStr(value.streamId));
-    sendMsrpVector(
-        listenerType, event, intfId, second,
-        [&value](const MrpTxPacketContext& context, std::uint16_t n) {
+void MrpLib::append(MrpTxPacketContext& context, const MsrpListenerAttribute& value,
+                    std::uint8_t event) {
+    appendMsrp(
+        context, listenerType, event,
+        [&](std::uint16_t n) {
             const std::uint64_t first = openVector<MsrpListenerVector>(context).firstValue.streamId;
             return value.streamId == first + n;
         },
-        [&](MrpTxPacketContext& context) { return mrpEncodeListenerVector(context, value, event); },
-        [&](MrpTxPacketContext& context) {
-            return mrpPackThreeAndFourPackedEvent(context, event, value.listenerEvent());
-        });
+        [&] { return mrpEncodeListenerVector(context, value, event); },
+        [&] { return mrpPackThreeAndFourPackedEvent(context, event, value.listenerEvent()); });
 }
 
-void MrpLib::mrpSendDomainVector(std::uint8_t event, IntfId intfId, bool second) {
-    const MsrpDomainAttribute& value = txImage_.domain;
-    MRP_TRACE(8, "mrpSendDomainVector on " << intfId.name() << " event=" << +event);
-    sendMsrpVector(
-        domainType, event, intfId, second,
-        [&value](const MrpTxPacketContext& context, std::uint16_t n) {
+void MrpLib::append(MrpTxPacketContext& context, const MsrpDomainAttribute& value,
+                    std::uint8_t event) {
+    appendMsrp(
+        context, domainType, event,
+        [&](std::uint16_t n) {
             const MsrpDomainAttribute& first = openVector<MsrpDomainVector>(context).firstValue;
             return mrpDomainValueInSequence(first.srClassId, value.srClassId, first.srClassPriority,
                                             value.srClassPriority, n);
         },
-        [&](MrpTxPacketContext& context) { return mrpEncodeDomainVector(context, value, event); },
-        [event](MrpTxPacketContext& context) {
-            return mrpPackThreePackedEvent(context, domainType, event, MrpApplication::msrp);
-        });
+        [&] { return mrpEncodeDomainVector(context, value, event); },
+        [&] { return mrpPackThreePackedEvent(context, domainType, event, MrpApplication::msrp); });
 }
 
-void MrpLib::mrpSendVlanVector(std::uint8_t event, IntfId intfId, bool second) {
-    const Ptr<MrpTxPacketContext> held = packetContext(intfId, second);
-    if (!held) {
-        return;
-    }
-    MrpTxPacketContext& context = *held;
-    const MvrpVlanAttribute& value = txImage_.vlan;
-    MRP_TRACE(8, "mrpSendVlanVector on " << intfId.name() << " event=" << +event);
+void MrpLib::append(MrpTxPacketContext& context, const MvrpVlanAttribute& value,
+                    std::uint8_t event) {
     if (mustOpenMessage(context, vlanType, event)) {
         mrpCreateNewMvrpHeader(context, vlanType);
         mrpEncodeVlanVector(context, value, event);
@@ -229,6 +212,59 @@ void MrpLib::mrpSendVlanVector(std::uint8_t event, IntfId intfId, bool second) {
         }
     }
     context.lastAttributeTypeIs(vlanType);
+}
+
+void MrpLib::mrpAppendEvent(MrpTxPacketContext& context, AttributeType attributeType,
+                            std::span<const std::uint8_t> value, std::uint8_t event) {
+    ++context.events().values[event];
+    if (application_ == MrpApplication::mvrp) {
+        append(context, valueAt<MvrpVlanAttribute>(value), event);
+        return;
+    }
+    switch (attributeType) {
+    case talkerAdvertiseType:
+        append(context, valueAt<MsrpTalkerAdvertiseAttribute>(value), event);
+        break;
+    case talkerFailedType:
+        append(context, valueAt<MsrpTalkerFailedAttribute>(value), event);
+        break;
+    case listenerType:
+        append(context, valueAt<MsrpListenerAttribute>(value), event);
+        break;
+    default:
+        append(context, valueAt<MsrpDomainAttribute>(value), event);
+        break;
+    }
+}
+
+// --- The same by name, of the transmit image ---
+
+void MrpLib::mrpSendTalkerAdvertise(std::uint8_t event, IntfId intfId, bool second) {
+    MRP_TRACE(8, "mrpSendTalkerAdvertise on " << intfId.name() << " event=" << +event);
+    MRP_TRACE(8, "streamId = " << hexStr(txImage_.talkerAdvertise.streamId));
+    appendTo(packetContext(intfId, second), txImage_.talkerAdvertise, event);
+}
+
+void MrpLib::mrpSendTalkerFailed(std::uint8_t event, IntfId intfId, bool second) {
+    MRP_TRACE(8, "mrpSendTalkerFailed on " << intfId.name() << " event=" << +event);
+    MRP_TRACE(8, "streamId = " << hexStr(txImage_.talkerFailed.talkerAdvertiseAttribute.streamId));
+    appendTo(packetContext(intfId, second), txImage_.talkerFailed, event);
+}
+
+void MrpLib::mrpSendListenerVector(std::uint8_t event, IntfId intfId, bool second) {
+    MRP_TRACE(8, "mrpSendListenerVector on " << intfId.name() << " event=" << +event);
+    MRP_TRACE(8, "streamId = " << hexStr(txImage_.listener.streamId));
+    appendTo(packetContext(intfId, second), txImage_.listener, event);
+}
+
+void MrpLib::mrpSendDomainVector(std::uint8_t event, IntfId intfId, bool second) {
+    MRP_TRACE(8, "mrpSendDomainVector on " << intfId.name() << " event=" << +event);
+    appendTo(packetContext(intfId, second), txImage_.domain, event);
+}
+
+void MrpLib::mrpSendVlanVector(std::uint8_t event, IntfId intfId, bool second) {
+    MRP_TRACE(8, "mrpSendVlanVector on " << intfId.name() << " event=" << +event);
+    appendTo(packetContext(intfId, second), txImage_.vlan, event);
 }
 
 }  // namespace Mrp

@@ -1,4 +1,4 @@
-#include <optional>
+#include <algorithm>
 #include <utility>
 
 #include "mrp/MrpSm/root/MrpSm.h"
@@ -96,16 +96,23 @@ void MrpLib::flushWhenFull(IntfId intfId, bool second) {
     if (!context) {
         return;
     }
-    const std::size_t size = mrpGetNumOfPackedBytes(*context, application_) + reservedBytes;
-    std::optional<std::size_t> limit;
-    if (const auto& allIntfStatus = mrpSm_->allIntfStatusDir()) {
-        if (const auto status = allIntfStatus->value(intfId)) {
-            limit = status->frameSizeLimit;
-        }
-    }
-    if (size >= maxPduBytes || (limit && size >= *limit)) {
+    if (mrpPacketFull(*context, mrpFullPacketSize(intfId))) {
         mrpSm_->mrpTransmitTxPacket(intfId, second);
     }
+}
+
+std::size_t MrpLib::mrpFullPacketSize(IntfId intfId) const {
+    std::size_t limit = maxPduBytes;
+    if (const auto& allIntfStatus = mrpSm_->allIntfStatusDir()) {
+        if (const auto status = allIntfStatus->value(intfId)) {
+            limit = std::min(limit, status->frameSizeLimit.value_or(limit));
+        }
+    }
+    return limit - std::min(limit, reservedBytes);
+}
+
+bool MrpLib::mrpPacketFull(const MrpTxPacketContext& context, std::size_t fullSize) const {
+    return mrpGetNumOfPackedBytes(context, application_) >= fullSize;
 }
 
 void MrpLib::mrpSendMsrpAttributeIntf(const MrpParameters& parameters, IntfId intfId, bool second) {

@@ -1,0 +1,158 @@
+#include "mrp/MrpSm/protocol/MrpLeaveAllRun.h"
+
+#include <array>
+#include <cstddef>
+
+#include "mrp/MrpSm/root/MrpSm.h"
+#include "mrp/MrpSm/types/MrpTrace.h"
+
+namespace Mrp {
+
+namespace {
+
+constexpr int quietestTraceLevel = 7;
+constexpr std::uint8_t noMessage = 0xff;
+
+// What the applicant does, by its state and by whether the attribute is registered.
+struct Step {
+    std::array<std::uint8_t, 2> messages{noMessage, noMessage};  // attribute events
+    MrpApplicantState next = MrpApplicantState::VO;
+};
+using Steps = std::array<std::array<Step, 2>, applicantStates>;
+
+Step stepOf(MrpApplicantState state, MrpApplicantEvent event, bool registered) {
+    const MrpApplicantCell& cell = mrpApplicantCell(state, event);
+    Step step;
+    step.next = cell.ignored ? state : cell.next;
+    for (std::size_t packet = 0; packet < step.messages.size(); ++packet) {
+        const ApplicantMessage message = cell.messages()[packet];
+        if (message != ApplicantMessage::none) {
+            step.messages[packet] = mrpMessageEvent(message, registered);
+        }
+    }
+    return step;
+}
+
+Steps makeSteps(MrpApplicantEvent event) {
+    Steps steps;
+    for (std::size_t state = 0; state < applicantStates; ++state) {
+        for (const bool registered : {false, true}) {
+            steps[state][registered ? 1 : 0] =
+                stepOf(static_cast<MrpApplicantState>(state), event, registered);
+        }
+    }
+    return steps;
+}
+
+const Steps& stepsOf(MrpApplicantEvent event) {
+    static const auto steps = [] {
+        std::array<Steps, applicantEvents> all;
+        for (std::size_t each = 0; each < applicantEvents; ++each) {
+            all[each] = makeSteps(static_cast<MrpApplicantEvent>(each));
+        }
+        return all;
+    }();
+    return steps[static_cast<std::size_t>(event)];
+}
+
+bool mayRun(MrpRegistrarEvent event) {
+    return event == MrpRegistrarEvent::rxLvAll || event == MrpRegistrarEvent::txLvAll ||
+           event == MrpRegistrarEvent::redeclare || event == MrpRegistrarEvent::none;
+}
+
+// The records, if nothing of them is pending; null when the machines are to take them all.
+const MrpIntfTypeApplicant* settledRecords(const MrpSm& mrpSm, const MrpLeaveAllEvents& events) {
+    const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
+    if (database == nullptr || !mayRun(events.registrarEvent) ||
+        mrpSmTrace.enabled(quietestTraceLevel) ||
+        mrpSm.addPendingAttr().records(events.intfId, events.attributeType) != nullptr ||
+        mrpSm.deletePendingAttr().records(events.intfId, events.attributeType) != nullptr) {
+        return nullptr;
+    }
+    const MrpIntfApplicant* intf = database->attrDatabase(events.intfId);
+    return intf != nullptr ? intf->intfTypeApplicant(events.attributeType) : nullptr;
+}
+
+}  // namespace
+
+MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
+    : mrpSm_(mrpSm), events_(events), records_(settledRecords(mrpSm, events)) {}
+
+MrpLeaveAllRun::~MrpLeaveAllRun() {
+    if (inHand_) {
+        show();
+    }
+    if (leavesBegun_) {
+        leaveTimer_->doScheduleLeaveTimer(
+            mrpSm_.registrarSm()->leaveTimeFor(events_.registrarEvent, events_.intfId));
+    }
+}
+
+bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> assumed) {
+    const Ptr<MrpAttrDatabase> record(records_->mrpAttribute(key));
+    if (!record) {
+        return false;
+    }
+    const auto state = static_cast<std::size_t>(record->applicantState());
+    const MrpRegistrarState registrar = record->registrarState();
+    if (state >= applicantStates || static_cast<std::size_t>(registrar) >= registrarStates) {
+        return false;
+    }
+    const bool registered = assumed.value_or(registrar) == MrpRegistrarState::IN;
+    const Step& step = stepsOf(events_.applicantEvent)[state][registered ? 1 : 0];
+    const bool told = events_.registrarEvent != MrpRegistrarEvent::none;
+    const bool leaves = told && registrar != MrpRegistrarState::MT;
+    if (told && !leaves && step.next == MrpApplicantState::VO) {
+        return false;  // it is deleted
+    }
+    inHand_ = key;
+    for (const bool second : {false, true}) {
+        if (const std::uint8_t event = step.messages[second ? 1 : 0]; event != noMessage) {
+            send(*record, event, second);
+        }
+    }
+    record->applicantStateIs(step.next);
+    registrarTold_ = told;
+    if (leaves) {
+        startLeave(key);
+        record->registrarStateIs(MrpRegistrarState::LV);
+    }
+    return true;
+}
+
+void MrpLeaveAllRun::send(const MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second) {
+    if (!tx_) {
+        tx_.emplace(mrpSm_, events_.intfId, events_.attributeType);
+    }
+    const auto appended = tx_->append(record.attributeValue(), attributeEvent, second);
+    if (appended == MrpTxRun::Appended::yes) [[likely]] {
+        return;
+    }
+    show();
+    records_ = nullptr;
+    tx_.reset();
+    if (appended == MrpTxRun::Appended::andFull) {
+        mrpSm_.mrpTransmitTxPacket(events_.intfId, second);
+    } else {
+        mrpSm_.mrpLib()->mrpSendAttributeIntf(
+            {events_.intfId, events_.attributeType, attributeEvent, false}, events_.intfId, second);
+    }
+}
+
+void MrpLeaveAllRun::startLeave(AttributeKey key) {
+    if (!leaveTimer_) {
+        leaveTimer_ = mrpSm_.registrarSm()->leaveSmIs({events_.intfId, events_.attributeType, 0});
+    }
+    leavesBegun_ = leaveTimer_->leavePendingIs(key) || leavesBegun_;
+}
+
+// Makes the attribute in hand the engine's.
+void MrpLeaveAllRun::show() {
+    mrpSm_.mrpFillContextFromDatabase({events_.intfId, events_.attributeType, *inHand_});
+    mrpSm_.applicantSm()->applicantEventIs(events_.applicantEvent);
+    if (registrarTold_) {
+        mrpSm_.registrarSm()->registrarEventIs(events_.registrarEvent);
+    }
+}
+
+}  // namespace Mrp

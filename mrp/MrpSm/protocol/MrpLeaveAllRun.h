@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "mrp/MrpSm/protocol/MrpLeaveSm.h"
+#include "mrp/MrpSm/transmit/MrpTxRun.h"
+#include "mrp/MrpSm/types/MrpApplicationDatabase.h"
+
+namespace Mrp {
+
+class MrpSm;
+
+// Which attributes of one interface and type a LeaveAll or Re-declare! reaches, and with what.
+struct MrpLeaveAllEvents {
+    IntfId intfId;
+    AttributeType attributeType = 0;
+    MrpApplicantEvent applicantEvent = MrpApplicantEvent::none;
+    // rLA!, txLA!, Re-declare!, or none where the registrars are not told.
+    MrpRegistrarEvent registrarEvent = MrpRegistrarEvent::none;
+};
+
+// Such an event gives nearly every attribute the same to do: a message, and a registration that
+// begins to leave. A run takes those attributes past the state machines, with the records, the
+// packets and the leave timer in hand. It leaves to the machines what a trace would tell of, what
+// is pending in the database, and what ends in a deletion.
+//
+// What the machines would leave behind, the attribute in hand with its images and events, is there
+// before anything is called that might look, and when the run ends. A run is over when a frame may
+// have been sent, as then all that it has in hand may be something else.
+class MrpLeaveAllRun {
+  public:
+    explicit MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events);
+    MrpLeaveAllRun(const MrpLeaveAllRun&) = delete;
+    MrpLeaveAllRun& operator=(const MrpLeaveAllRun&) = delete;
+    ~MrpLeaveAllRun();
+
+    // Takes the keys from `next` on, and leaves `next` at the first one that is for the machines,
+    // or at the end. `assumed` tells for a key the registrar state that its applicant is to see, if
+    // it is another. An error that leaves an observer of the database leaves `next` behind the key.
+    template <class Assumed>
+    static void pass(MrpSm& mrpSm, const MrpLeaveAllEvents& events,
+                     std::span<const AttributeKey> keys, std::size_t& next, Assumed assumed) {
+        while (next < keys.size()) {
+            MrpLeaveAllRun run(mrpSm, events);
+            if (run.over()) {
+                return;
+            }
+            while (!run.over() && next < keys.size()) {
+                const AttributeKey key = keys[next++];
+                if (!run.take(key, assumed(key))) {
+                    --next;
+                    return;
+                }
+            }
+        }
+    }
+
+  private:
+    bool over() const { return records_ == nullptr; }
+    bool take(AttributeKey key, std::optional<MrpRegistrarState> assumed);
+    void send(const MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
+    void startLeave(AttributeKey key);
+    void show();
+
+    MrpSm& mrpSm_;
+    MrpLeaveAllEvents events_;
+    const MrpIntfTypeApplicant* records_;  // null when the run is over
+    std::optional<MrpTxRun> tx_;           // from the first message on
+    std::optional<AttributeKey> inHand_;
+    bool registrarTold_ = false;
+    Ptr<MrpLeaveSm> leaveTimer_;
+    bool leavesBegun_ = false;
+};
+
+}  // namespace Mrp
