@@ -11,14 +11,8 @@ namespace Mrp {
 namespace {
 
 constexpr int quietestTraceLevel = 7;
-constexpr std::uint8_t noMessage = 0xff;
-
-// What the applicant does, by its state and by whether the attribute is registered.
-struct Step {
-    std::array<std::uint8_t, 2> messages{noMessage, noMessage};  // attribute events
-    MrpApplicantState next = MrpApplicantState::VO;
-};
-using Steps = std::array<std::array<Step, 2>, applicantStates>;
+using Step = MrpLeaveAllRun::Step;
+using Steps = MrpLeaveAllRun::Steps;
 
 Step stepOf(MrpApplicantState state, MrpApplicantEvent event, bool registered) {
     const MrpApplicantCell& cell = mrpApplicantCell(state, event);
@@ -76,7 +70,10 @@ const MrpIntfTypeApplicant* settledRecords(const MrpSm& mrpSm, const MrpLeaveAll
 }  // namespace
 
 MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
-    : mrpSm_(mrpSm), events_(events), records_(settledRecords(mrpSm, events)) {}
+    : mrpSm_(mrpSm),
+      events_(events),
+      steps_(stepsOf(events.applicantEvent)),
+      records_(settledRecords(mrpSm, events)) {}
 
 MrpLeaveAllRun::~MrpLeaveAllRun() {
     if (inHand_) {
@@ -89,8 +86,8 @@ MrpLeaveAllRun::~MrpLeaveAllRun() {
 }
 
 bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> assumed) {
-    const Ptr<MrpAttrDatabase> record(records_->mrpAttribute(key));
-    if (!record) {
+    MrpAttrDatabase* const record = records_->mrpAttribute(key);
+    if (record == nullptr) {
         return false;
     }
     const auto state = static_cast<std::size_t>(record->applicantState());
@@ -99,7 +96,7 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
         return false;
     }
     const bool registered = assumed.value_or(registrar) == MrpRegistrarState::IN;
-    const Step& step = stepsOf(events_.applicantEvent)[state][registered ? 1 : 0];
+    const Step& step = steps_[state][registered ? 1 : 0];
     const bool told = events_.registrarEvent != MrpRegistrarEvent::none;
     const bool leaves = told && registrar != MrpRegistrarState::MT;
     if (told && !leaves && step.next == MrpApplicantState::VO) {
@@ -107,7 +104,8 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
     }
     inHand_ = key;
     for (const bool second : {false, true}) {
-        if (const std::uint8_t event = step.messages[second ? 1 : 0]; event != noMessage) {
+        if (const std::uint8_t event = step.messages[second ? 1 : 0];
+            event != MrpLeaveAllRun::noMessage) {
             send(*record, event, second);
         }
     }
@@ -120,7 +118,7 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
     return true;
 }
 
-void MrpLeaveAllRun::send(const MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second) {
+void MrpLeaveAllRun::send(MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second) {
     if (!tx_) {
         tx_.emplace(mrpSm_, events_.intfId, events_.attributeType);
     }
@@ -129,6 +127,7 @@ void MrpLeaveAllRun::send(const MrpAttrDatabase& record, std::uint8_t attributeE
         return;
     }
     show();
+    lastRecord_ = Ptr<MrpAttrDatabase>(&record);
     records_ = nullptr;
     tx_.reset();
     if (appended == MrpTxRun::Appended::andFull) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -32,7 +33,16 @@ struct MrpLeaveAllEvents {
 // have been sent, as then all that it has in hand may be something else.
 class MrpLeaveAllRun {
   public:
-    explicit MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events);
+    // What the applicant does, by its state and by whether the attribute is registered: attribute
+    // events into the first and into the second packet, then the next state.
+    struct Step {
+        std::array<std::uint8_t, 2> messages{noMessage, noMessage};
+        MrpApplicantState next = MrpApplicantState::VO;
+    };
+    using Steps = std::array<std::array<Step, 2>, applicantStates>;
+    static constexpr std::uint8_t noMessage = 0xff;
+
+    MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events);
     MrpLeaveAllRun(const MrpLeaveAllRun&) = delete;
     MrpLeaveAllRun& operator=(const MrpLeaveAllRun&) = delete;
     ~MrpLeaveAllRun();
@@ -61,15 +71,17 @@ class MrpLeaveAllRun {
   private:
     bool over() const { return records_ == nullptr; }
     bool take(AttributeKey key, std::optional<MrpRegistrarState> assumed);
-    void send(const MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
+    void send(MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
     void startLeave(AttributeKey key);
     void show();
 
     MrpSm& mrpSm_;
     MrpLeaveAllEvents events_;
+    const Steps& steps_;
     const MrpIntfTypeApplicant* records_;  // null when the run is over
     std::optional<MrpTxRun> tx_;           // from the first message on
     std::optional<AttributeKey> inHand_;
+    Ptr<MrpAttrDatabase> lastRecord_;  // kept from when the run is over
     bool registrarTold_ = false;
     Ptr<MrpLeaveSm> leaveTimer_;
     bool leavesBegun_ = false;
