@@ -20,11 +20,14 @@ class RecordMap {
         MrpAttrDatabase* record;
     };
     class const_iterator;
+    class Cursor;
 
     std::size_t size() const { return keys_.size(); }
     bool empty() const { return keys_.empty(); }
     // Null when there is no record of the key.
-    MrpAttrDatabase* find(AttributeKey key) const;
+    MrpAttrDatabase* find(AttributeKey key) const {
+        return slots_.empty() ? nullptr : slots_[slotOf(key)].record.get();
+    }
     // Adds the record, of whose key there is none yet.
     void insert(Ptr<MrpAttrDatabase> record);
     // Removes the record and returns it; null when there is none.
@@ -44,15 +47,68 @@ class RecordMap {
         Ptr<MrpAttrDatabase> record;  // null: free
     };
 
-    std::size_t home(AttributeKey key) const;
+    // Neighbours declare keys in runs. Eight in a row are neighbours in the table too: the next one
+    // that is asked for is in the cache.
+    static std::size_t home(AttributeKey key, std::size_t mask) {
+        return (mixBits(key >> 3U) + (key & 7U)) & mask;
+    }
+    std::size_t home(AttributeKey key) const { return home(key, slots_.size() - 1); }
     std::size_t behind(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }
     // Where the key is, or would go; there is room.
-    std::size_t slotOf(AttributeKey key) const;
+    std::size_t slotOf(AttributeKey key) const {
+        return slotOf(key, home(key), slots_.data(), slots_.size() - 1);
+    }
+    static std::size_t slotOf(AttributeKey key, std::size_t home, const Slot* slots,
+                              std::size_t mask) {
+        while (slots[home].record && slots[home].key != key) {
+            home = (home + 1) & mask;
+        }
+        return home;
+    }
     void place(Slot entry);
     void slotsAre(std::size_t count);
 
     std::vector<Slot> slots_;  // a power of two of them, or none
     KeySet keys_;
+};
+
+// Finds one record after the other, and those of a run by their neighbourhood in the table. Ends
+// like an iterator.
+class RecordMap::Cursor {
+  public:
+    Cursor() : slots_(&none) {}
+    explicit Cursor(const RecordMap& records)
+        : slots_(records.slots_.empty() ? &none : records.slots_.data()),
+          mask_(records.slots_.empty() ? 0 : records.slots_.size() - 1) {}
+
+    // Null when there is no record of the key.
+    MrpAttrDatabase* find(AttributeKey key) {
+        const Slot* slot = &slots_[at_];
+        if (slot->key != key || !slot->record) {
+            at_ = slotOf(key, home(key, mask_), slots_, mask_);
+            slot = &slots_[at_];
+        }
+        at_ = (at_ + 1) & mask_;
+        return slot->record.get();
+    }
+
+    // Who is going to look for many keys has the memory of each fetched in two steps, between which
+    // he does the same for others. Then he looks for the key.
+    void aim(AttributeKey key) {
+        at_ = home(key, mask_);
+        __builtin_prefetch(&slots_[at_]);
+    }
+    void settle(AttributeKey key) {
+        at_ = slotOf(key, at_, slots_, mask_);
+        __builtin_prefetch(slots_[at_].record.get());
+    }
+
+  private:
+    static const Slot none;
+
+    const Slot* slots_;
+    std::size_t mask_ = 0;
+    std::size_t at_ = 0;
 };
 
 class RecordMap::const_iterator {
