@@ -63,10 +63,11 @@ inline std::uint16_t readBe16(const std::uint8_t* bytes) {
     return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
 }
 
-// The same of 64 bits.
-inline std::uint64_t readBe64(const std::uint8_t* bytes) {
-    std::uint64_t number = 0;
-    std::memcpy(&number, bytes, sizeof(number));
+// The same of another width.
+template <class T>
+T readBe(const std::uint8_t* bytes) {
+    T number = 0;
+    std::memcpy(&number, bytes, sizeof(T));
     return networkOrder(number);
 }
 

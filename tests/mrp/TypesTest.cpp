@@ -81,15 +81,12 @@ TEST(Types, ParsedAttributesKnowWhatCameLast) {
             const auto type = static_cast<AttributeType>(1 + random() % (1 + frame % 2));
             const auto values = static_cast<std::uint16_t>(1 + random() % longest);
             key += random() % 2 != 0 ? longest : (random() % 60) - 30;
-            auto vector = MrpParsedVector::of(type, MrpApplication::msrp);
-            vector.firstKey = key;
-            vector.values = values;
-            vector.octets = attributes.nextOctets();
-            attributes.vectorIs(vector);
-            Bytes octets(vector.valueSize + threePackedBytes(values));
+            const auto kind = MrpParsedVector::of(type, MrpApplication::msrp);
+            attributes.vectorIs(kind, key, values, attributes.nextOctets());
+            Bytes octets(kind.valueSize + threePackedBytes(values));
             for (std::uint16_t at = 0; at < values; ++at, ++came) {
                 const auto event = static_cast<std::uint8_t>(random() % 6);
-                mrpEncodeThreePackedEvent(octets.data() + vector.valueSize, event, at + 1U);
+                mrpEncodeThreePackedEvent(octets.data() + kind.valueSize, event, at + 1U);
                 model[{type, key + at}] = event;
             }
             attributes.octetsAre(octets);

@@ -127,8 +127,8 @@ MrpParsedAttribute MrpParsedAttributes::attribute(const MrpParsedPlace& place) c
     MrpParsedAttribute attribute(key);
     attribute.attributeEventIs(eventAt(last));
     std::array<std::uint8_t, sizeof(MsrpTalkerFailedAttribute)> octets{};
-    const auto value = std::span(octets).first(
-        mrpSizeOfStoredValue(vector.attributeType, vector.application));
+    const auto value =
+        std::span(octets).first(mrpSizeOfStoredValue(vector.attributeType, vector.application));
     copyValue(last, value);
     attribute.attributeValue().assign(value);
     return attribute;

@@ -27,19 +27,25 @@ class MrpParsedAttributes {
     std::span<std::uint8_t> octetsAre(std::span<const std::uint8_t> octets);
     // Where the octets that are added next will begin.
     std::uint32_t nextOctets() const { return static_cast<std::uint32_t>(octets_.size()); }
-    // Files a vector of at least one value, of a type that the application has. Its octets are as
-    // on the wire, but without reserved bits; they may be added after it.
-    void vectorIs(const MrpParsedVector& vector) {
+    // Files a vector of at least one value, of a type that the application has: one of a kind, with
+    // its first key. Its octets begin at that place, as on the wire but without reserved bits; they
+    // may be added after it.
+    void vectorIs(const MrpParsedVector& kind, AttributeKey firstKey, std::uint16_t values,
+                  std::uint32_t octets) {
         if (ascending_ && !vectors_.empty()) {
             const MrpParsedVector& before = vectors_.back();
-            ascending_ = before.attributeType < vector.attributeType ||
-                         (before.attributeType == vector.attributeType &&
-                          before.lastKey() < vector.firstKey);
+            ascending_ =
+                before.attributeType < kind.attributeType ||
+                (before.attributeType == kind.attributeType && before.lastKey() < firstKey);
         }
-        wraps_ = wraps_ || vector.values - 1U > vector.keyMask - vector.firstKey;
+        wraps_ = wraps_ || values - 1U > kind.keyMask - firstKey;
         repeats_.reset();
-        values_ += vector.values;
-        vectors_.push_back(vector);
+        values_ += values;
+        vectors_.push_back(kind);
+        MrpParsedVector& vector = vectors_.back();
+        vector.firstKey = firstKey;
+        vector.values = values;
+        vector.octets = octets;
     }
     void delAll();
 

@@ -20,7 +20,7 @@ AttributeKey keyOf(const MrpParsedVector& vector, const std::uint8_t* firstValue
     if (vector.application == MrpApplication::mvrp) {
         return readBe16(firstValue);
     }
-    return vector.isDomain() ? *firstValue : readBe64(firstValue);
+    return vector.isDomain() ? *firstValue : readBe<std::uint64_t>(firstValue);
 }
 
 std::size_t packedBytes(const MrpParsedVector& vector, std::size_t values) {
@@ -58,11 +58,9 @@ void MrpSm::saveParsedMrpAttribute() {
     constexpr unsigned firstOfThree = 36;
     constexpr unsigned firstOfFour = 64;
     const MrpValueImage& image = mrpLib_->rxImage();
-    auto vector = MrpParsedVector::of(parseContext_->attributeType(), mrpLib_->application());
-    vector.firstKey = parseContext_->attributeKey();
-    vector.values = 1;
-    vector.octets = mrpParsedAttribute_.nextOctets();
-    mrpParsedAttribute_.vectorIs(vector);
+    const auto vector = MrpParsedVector::of(parseContext_->attributeType(), mrpLib_->application());
+    mrpParsedAttribute_.vectorIs(vector, parseContext_->attributeKey(), 1,
+                                 mrpParsedAttribute_.nextOctets());
     mrpParsedAttribute_.octetsAre(
         image.octets(vector.attributeType, vector.application).first(vector.valueSize));
     const std::array packed{
@@ -79,18 +77,19 @@ bool MrpSm::fileVectors(Pkt& pkt) {
     if (type == 0 || type > mrpMaxAttrTypes(application) || mrpSmTrace.enabled(valueTraceLevel)) {
         return false;
     }
-    auto vector = MrpParsedVector::of(type, application);
-    const std::size_t headSize = VectorHeader::size + vector.valueSize;
+    const auto kind = MrpParsedVector::of(type, application);
+    const std::size_t headSize = VectorHeader::size + kind.valueSize;
     const std::size_t firstFiled = mrpParsedAttribute_.vectors().size();
     const std::uint32_t octets = mrpParsedAttribute_.nextOctets();
     const bool filed = !recycledPkt_ && !mrpConfig_->mrpFlooding();
     const std::uint8_t* last = nullptr;
+    std::uint16_t lastValues = 0;
     std::size_t taken = 0;
     while (pkt.bytes() - taken > headSize) {
         const std::uint8_t* const head = pkt.data() + taken;
         const std::uint16_t header = readBe16(head);
         const std::uint16_t values = header & VectorHeader::numOfValuesMask;
-        const std::size_t size = headSize + packedBytes(vector, values);
+        const std::size_t size = headSize + packedBytes(kind, values);
         if (values == 0 || size > pkt.bytes() - taken) {
             break;
         }
@@ -100,13 +99,13 @@ bool MrpSm::fileVectors(Pkt& pkt) {
             ++eventsInHand_->leaveAlls;
         }
         last = head + VectorHeader::size;
-        vector.firstKey = keyOf(vector, last);
-        vector.octets = octets + static_cast<std::uint32_t>(taken + VectorHeader::size);
-        vector.values = values;
+        lastValues = values;
         if (filed) {
-            mrpParsedAttribute_.vectorIs(vector);
+            mrpParsedAttribute_.vectorIs(
+                kind, keyOf(kind, last), values,
+                octets + static_cast<std::uint32_t>(taken + VectorHeader::size));
         }
-        countEvents(last + vector.valueSize, values);
+        countEvents(last + kind.valueSize, values);
         context.eventsCounterInc(values);
         taken += size;
     }
@@ -116,22 +115,23 @@ bool MrpSm::fileVectors(Pkt& pkt) {
     if (filed) {
         const auto copy = mrpParsedAttribute_.octetsAre(pkt.span().first(taken));
         const auto vectors = std::span(mrpParsedAttribute_.vectors()).subspan(firstFiled);
-        for (const MrpParsedVector& one : isTalker(vector) ? vectors : vectors.first(0)) {
+        for (const MrpParsedVector& one : isTalker(kind) ? vectors : vectors.first(0)) {
             clearReserved(copy.data() + (one.octets - octets));
         }
     }
-    lastValueIs(vector, last);
+    lastValueIs(kind, last, lastValues);
     context.attributeListBytesLeftDec(taken);
     pkt.delSharedHeadData(taken);
     return true;
 }
 
 // Makes the last value of a vector the one in hand, and that of the received image.
-void MrpSm::lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue) {
+void MrpSm::lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue,
+                        std::uint16_t values) {
     MrpValueImage& image = mrpLib_->rxImage();
     const auto value = image.octets(vector.attributeType, vector.application);
     const std::uint8_t* const packed = firstValue + vector.valueSize;
-    const std::uint32_t last = vector.values - 1U;
+    const std::uint32_t last = values - 1U;
     std::copy_n(firstValue, vector.valueSize, value.begin());
     if (isTalker(vector)) {
         clearReserved(value.data());
@@ -139,9 +139,9 @@ void MrpSm::lastValueIs(const MrpParsedVector& vector, const std::uint8_t* first
     mrpAdvanceValue(value, vector.attributeType, vector.application, last);
     if (vector.isListener()) {
         image.listener.listenerEventIs(static_cast<MsrpListenerEvent>(
-            fourPackedEvent(packed + threePackedBytes(vector.values), last)));
+            fourPackedEvent(packed + threePackedBytes(values), last)));
     }
-    parseContext_->numberOfValuesIs(vector.values);
+    parseContext_->numberOfValuesIs(values);
     parseContext_->attributeKeyIs(mrpGetRxAttributeKey());
     parseContext_->attributeEventIs(threePackedEvent(packed, last));
 }

@@ -293,8 +293,8 @@ MrpParseStatus MrpSm::parseThreeFourPackedEvents(Pkt& pkt) {
 
 void MrpSm::processThreeAndFourPacked(const Pkt& pkt, std::uint8_t event, std::uint16_t valueIndex,
                                       std::size_t threePackedBytes) {
-    mrpLib_->rxImage().listener.listenerEventIs(static_cast<MsrpListenerEvent>(
-        fourPackedEvent(pkt.data() + threePackedBytes, valueIndex)));
+    mrpLib_->rxImage().listener.listenerEventIs(
+        static_cast<MsrpListenerEvent>(fourPackedEvent(pkt.data() + threePackedBytes, valueIndex)));
     processMrpEvent(event, valueIndex);
 }
 

@@ -6,6 +6,7 @@
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
+#include "mrp/MrpSm/types/RecordCursor.h"
 #include "platform/base/BigEndian.h"
 
 // Most of what neighbours send says again what they have said before: it is in the database, the
@@ -73,35 +74,64 @@ Effect effectOn(const MrpAttrDatabase& record, std::uint8_t event) {
                : Effect::some;
 }
 
+// The events of a vector one after the other, from one on.
+class Events {
+  public:
+    Events(const std::uint8_t* packed, std::uint32_t first) : packed_(packed + first / 3) {
+        for (std::uint32_t before = first % 3; before > 0; --before) {
+            next();
+        }
+    }
+
+    std::uint8_t next() {
+        if (left_ == 0) {
+            now_ = threePackedEvents[*packed_++].data();
+            left_ = 3;
+        }
+        --left_;
+        return *now_++;
+    }
+
+  private:
+    const std::uint8_t* packed_;
+    const std::uint8_t* now_ = nullptr;
+    unsigned left_ = 0;
+};
+
 // Whether records store the values of a vector, from one on, which are asked for in their order.
 // The octets of a VLAN are its key.
 class VlanValues {
   public:
     VlanValues(const MrpParsedAttributes&, const MrpParsedPlace&) {}
 
-    static bool storedIn(const MrpAttrDatabase&, std::uint32_t) { return true; }
+    static bool storedIn(const MrpAttrDatabase&) { return true; }
     void next() {}
 };
 
 class ListenerValues {
   public:
     ListenerValues(const MrpParsedAttributes& parsed, const MrpParsedPlace& first)
-        : vector_(parsed.vectors()[first.vector]),
-          fourPacked_(parsed.threePacked(vector_) + threePackedBytes(vector_.values)) {}
-
-    bool storedIn(const MrpAttrDatabase& record, std::uint32_t index) const {
-        const std::uint8_t* const stored = record.attributeValue().data();
-        const std::array<std::uint8_t, sizeof(MsrpListenerEvent)> declaration{
-            fourPackedEvent(fourPacked_, index)};
-        return readBe64(stored) == vector_.key(index) &&
-               std::memcmp(stored + sizeof(MsrpListenerStreamAttribute), declaration.data(),
-                           declaration.size()) == 0;
+        : index_(first.value) {
+        const MrpParsedVector& vector = parsed.vectors()[first.vector];
+        streamId_ = vector.key(index_);
+        fourPacked_ = parsed.threePacked(vector) + threePackedBytes(vector.values);
     }
-    void next() {}
+
+    bool storedIn(const MrpAttrDatabase& record) const {
+        const std::uint8_t* const stored = record.attributeValue().data();
+        const std::uint32_t declaration = fourPackedEvent(fourPacked_, index_);
+        return readBe<std::uint64_t>(stored) == streamId_ &&
+               readBe<std::uint32_t>(stored + sizeof(streamId_)) == declaration << 24U;
+    }
+    void next() {
+        ++index_;
+        ++streamId_;
+    }
 
   private:
-    const MrpParsedVector& vector_;
     const std::uint8_t* fourPacked_;
+    std::uint64_t streamId_;
+    std::uint32_t index_;
 };
 
 class TalkerValues {
@@ -111,7 +141,7 @@ class TalkerValues {
         parsed.copyValue(first, value());
     }
 
-    bool storedIn(const MrpAttrDatabase& record, std::uint32_t) const {
+    bool storedIn(const MrpAttrDatabase& record) const {
         return std::memcmp(octets_.data(), record.attributeValue().data(), vector_.valueSize) == 0;
     }
     void next() { mrpAdvanceValue(value(), vector_.attributeType, vector_.application, 1); }
@@ -162,9 +192,14 @@ class MrpSm::QuietWalk {
 
     void run();
     const Records& recordsOf(AttributeType type);
-    bool pass(const Records& records, RecordMap::Cursor& cursor);
+    bool pass(const Records& records, const RecordMap::Cursor& cursor);
     template <class Values>
-    std::uint32_t quietValues(const Records& records, RecordMap::Cursor& cursor);
+    std::uint32_t quietValues(const Records& records, RecordMap::Cursor cursor);
+    std::size_t find(const MrpParsedVector& vector, std::uint32_t first, const Records& records,
+                     RecordMap::Cursor& cursor, std::span<const MrpAttrDatabase*> found) const;
+    template <class Values>
+    std::size_t quietOnes(std::span<const MrpAttrDatabase* const> records, Events& events,
+                          Values& values);
 
     const MrpSm& mrpSm_;
     const MrpParsedAttributes& parsed_;
@@ -175,6 +210,7 @@ class MrpSm::QuietWalk {
     std::size_t passed_ = 0;
     std::size_t joins_ = 0;
     std::array<Records, attributeTypes> records_;
+    std::array<const MrpAttrDatabase*, 32> found_;
     std::array<std::optional<MrpParsedPlace>, attributeTypes> lastOfType_;
 };
 
@@ -200,8 +236,9 @@ void MrpSm::QuietWalk::run() {
     std::array<RecordMap::Cursor, 16> cursors;
     for (std::size_t atOnce = 2; at_.vector < vectors.size();
          atOnce = std::min(2 * atOnce, cursors.size())) {
-        const auto some = std::span(vectors).subspan(at_.vector).first(
-            std::min(atOnce, vectors.size() - at_.vector));
+        const auto some = std::span(vectors)
+                              .subspan(at_.vector)
+                              .first(std::min(atOnce, vectors.size() - at_.vector));
         for (std::size_t i = 0; i < some.size(); ++i) {
             cursors[i] = recordsOf(some[i].attributeType).committed;
             cursors[i].aim(some[i].key(i == 0 ? at_.value : 0));
@@ -218,7 +255,7 @@ void MrpSm::QuietWalk::run() {
 }
 
 // Passes the vector that the walk is at. Whether it did so to its end.
-bool MrpSm::QuietWalk::pass(const Records& records, RecordMap::Cursor& cursor) {
+bool MrpSm::QuietWalk::pass(const Records& records, const RecordMap::Cursor& cursor) {
     const MrpParsedVector& vector = parsed_.vectors()[at_.vector];
     if (!vector.isDomain()) {  // those have a queue of their own
         const std::uint32_t begin = at_.value;
@@ -242,33 +279,67 @@ bool MrpSm::QuietWalk::pass(const Records& records, RecordMap::Cursor& cursor) {
     return true;
 }
 
-// Where the quiet values from the walk's place on end, within their vector.
-template <class Values>
-std::uint32_t MrpSm::QuietWalk::quietValues(const Records& records, RecordMap::Cursor& cursor) {
-    const MrpParsedVector& vector = parsed_.vectors()[at_.vector];
-    const std::uint8_t* const packed = parsed_.threePacked(vector);
-    Values values(parsed_, at_);
-    std::size_t joins = 0;
-    std::uint32_t at = at_.value;
-    for (; at < vector.values; ++at) {
-        if (at != at_.value) {
-            values.next();
+// Finds the records of a vector's values from one on, until one has none. How many.
+std::size_t MrpSm::QuietWalk::find(const MrpParsedVector& vector, std::uint32_t first,
+                                   const Records& records, RecordMap::Cursor& cursor,
+                                   std::span<const MrpAttrDatabase*> found) const {
+    std::size_t count = 0;
+    while (count < found.size()) {
+        const AttributeKey key = vector.key(first + static_cast<std::uint32_t>(count));
+        if (!records.pending && found.size() - count - 1 <= vector.keyMask - key) {
+            return count + cursor.find(key, found.subspan(count));
         }
-        const MrpAttrDatabase* const record =
-            records.pending ? mrpSm_.mrpGetAttrFromDatabase(intfId_, vector.attributeType,
-                                                            vector.key(at), true)
-                            : cursor.find(vector.key(at));
-        if (record == nullptr) {
+        found[count] = records.pending
+                           ? mrpSm_.mrpGetAttrFromDatabase(intfId_, vector.attributeType, key, true)
+                           : cursor.find(key);
+        if (found[count] == nullptr) {
             break;
         }
-        const Effect effect = effectOn(*record, threePackedEvent(packed, at));
-        if (effect == Effect::some || (effect == Effect::known && !values.storedIn(*record, at))) {
+        ++count;
+    }
+    return count;
+}
+
+// Where the quiet values from the walk's place on end, within their vector. Records are looked for
+// some at a time: two short loops are quicker than one.
+template <class Values>
+std::uint32_t MrpSm::QuietWalk::quietValues(const Records& records, RecordMap::Cursor cursor) {
+    const MrpParsedVector& vector = parsed_.vectors()[at_.vector];
+    Events events(parsed_.threePacked(vector), at_.value);
+    Values values(parsed_, at_);
+    std::uint32_t at = at_.value;
+    std::size_t some = 8;  // at first, as the walk may be a short one
+    while (at != vector.values) {
+        const std::size_t wanted = std::min<std::size_t>(some, vector.values - at);
+        const std::size_t found =
+            find(vector, at, records, cursor, std::span(found_).first(wanted));
+        const std::size_t quiet = quietOnes(std::span(found_).first(found), events, values);
+        at += static_cast<std::uint32_t>(quiet);
+        some = found_.size();
+        if (quiet != wanted) {
+            break;
+        }
+    }
+    return at;
+}
+
+// How many of the records the values leave as they are, from the first on. Counts their joins.
+template <class Values>
+std::size_t MrpSm::QuietWalk::quietOnes(std::span<const MrpAttrDatabase* const> records,
+                                        Events& events, Values& values) {
+    std::size_t joins = 0;
+    std::size_t quiet = 0;
+    for (; quiet < records.size(); ++quiet) {
+        const Effect effect = effectOn(*records[quiet], events.next());
+        if (effect == Effect::some ||
+            (effect == Effect::known && !values.storedIn(*records[quiet]))) {
             break;
         }
         joins += effect == Effect::known ? 1 : 0;
+        values.next();
     }
     joins_ += joins;
-    return at;
+    return quiet;
 }
 
 bool MrpSm::passQuietValues(MrpParsedQueue& queue, IntfId intfId) {

@@ -321,7 +321,8 @@ class MrpSm final : public RefCounted {
     // Takes the vectors at the packet's head that have values, as long as they are whole and nobody
     // follows the trace. Whether there were any.
     bool fileVectors(Pkt& pkt);
-    void lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue);
+    void lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue,
+                     std::uint16_t values);
     void countEvents(const std::uint8_t* packed, std::uint16_t values);
     void processParsedQueue(MrpParsedQueue& queue, IntfId intfId);
     class QuietWalk;

@@ -1,5 +1,7 @@
 #include "mrp/MrpSm/types/RecordMap.h"
 
+#include "mrp/MrpSm/types/RecordCursor.h"
+
 namespace Mrp {
 
 namespace {

@@ -72,45 +72,6 @@ class RecordMap {
     KeySet keys_;
 };
 
-// Finds one record after the other, and those of a run by their neighbourhood in the table. Ends
-// like an iterator.
-class RecordMap::Cursor {
-  public:
-    Cursor() : slots_(&none) {}
-    explicit Cursor(const RecordMap& records)
-        : slots_(records.slots_.empty() ? &none : records.slots_.data()),
-          mask_(records.slots_.empty() ? 0 : records.slots_.size() - 1) {}
-
-    // Null when there is no record of the key.
-    MrpAttrDatabase* find(AttributeKey key) {
-        const Slot* slot = &slots_[at_];
-        if (slot->key != key || !slot->record) {
-            at_ = slotOf(key, home(key, mask_), slots_, mask_);
-            slot = &slots_[at_];
-        }
-        at_ = (at_ + 1) & mask_;
-        return slot->record.get();
-    }
-
-    // Who is going to look for many keys has the memory of each fetched in two steps, between which
-    // he does the same for others. Then he looks for the key.
-    void aim(AttributeKey key) {
-        at_ = home(key, mask_);
-        __builtin_prefetch(&slots_[at_]);
-    }
-    void settle(AttributeKey key) {
-        at_ = slotOf(key, at_, slots_, mask_);
-        __builtin_prefetch(slots_[at_].record.get());
-    }
-
-  private:
-    static const Slot none;
-
-    const Slot* slots_;
-    std::size_t mask_ = 0;
-    std::size_t at_ = 0;
-};
-
 class RecordMap::const_iterator {
   public:
     using iterator_category = std::input_iterator_tag;
