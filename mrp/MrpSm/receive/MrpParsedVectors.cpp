@@ -105,7 +105,11 @@ bool MrpSm::fileVectors(Pkt& pkt) {
                 kind, keyOf(kind, last), values,
                 octets + static_cast<std::uint32_t>(taken + VectorHeader::size));
         }
-        countEvents(last + kind.valueSize, values);
+        if (values == 1) {
+            ++eventsInHand_->values[threePackedEvent(last + kind.valueSize, 0)];
+        } else {
+            countEvents(last + kind.valueSize, values);
+        }
         context.eventsCounterInc(values);
         taken += size;
     }

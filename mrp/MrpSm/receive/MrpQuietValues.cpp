@@ -191,8 +191,18 @@ class MrpSm::QuietWalk {
     };
 
     void run();
-    const Records& recordsOf(AttributeType type);
-    bool pass(const Records& records, const RecordMap::Cursor& cursor);
+    const Records& recordsOf(AttributeType type) {
+        if (!records_[type].known) {
+            lookInto(type);
+        }
+        return records_[type];
+    }
+    void lookInto(AttributeType type);
+    bool pass(const MrpParsedVector& vector, const Records& records, RecordMap::Cursor& cursor);
+    bool passOne(const MrpParsedVector& vector, const MrpAttrDatabase* record);
+    bool passVector(const MrpParsedVector& vector, const Records& records,
+                    const RecordMap::Cursor& cursor);
+    void passedTo(const MrpParsedVector& vector, std::uint32_t end);
     template <class Values>
     std::uint32_t quietValues(const Records& records, RecordMap::Cursor cursor);
     std::size_t find(const MrpParsedVector& vector, std::uint32_t first, const Records& records,
@@ -214,19 +224,16 @@ class MrpSm::QuietWalk {
     std::array<std::optional<MrpParsedPlace>, attributeTypes> lastOfType_;
 };
 
-const MrpSm::QuietWalk::Records& MrpSm::QuietWalk::recordsOf(AttributeType type) {
+void MrpSm::QuietWalk::lookInto(AttributeType type) {
     Records& records = records_[type];
-    if (!records.known) {
-        records.known = true;
-        records.pending = mrpSm_.addPendingAttr_.records(intfId_, type) != nullptr ||
-                          mrpSm_.deletePendingAttr_.records(intfId_, type) != nullptr;
-        const MrpIntfTypeApplicant* const committed =
-            intf_ != nullptr ? intf_->intfTypeApplicant(type) : nullptr;
-        if (committed != nullptr) {
-            records.committed = RecordMap::Cursor(committed->mrpAttribute());
-        }
+    records.known = true;
+    records.pending = mrpSm_.addPendingAttr_.records(intfId_, type) != nullptr ||
+                      mrpSm_.deletePendingAttr_.records(intfId_, type) != nullptr;
+    const MrpIntfTypeApplicant* const committed =
+        intf_ != nullptr ? intf_->intfTypeApplicant(type) : nullptr;
+    if (committed != nullptr) {
+        records.committed = RecordMap::Cursor(committed->mrpAttribute());
     }
-    return records;
 }
 
 // Short vectors say something of records that may lie anywhere. Those of some vectors are fetched
@@ -247,7 +254,7 @@ void MrpSm::QuietWalk::run() {
             cursors[i].settle(some[i].key(i == 0 ? at_.value : 0));
         }
         for (std::size_t i = 0; i < some.size(); ++i) {
-            if (!pass(records_[some[i].attributeType], cursors[i])) {
+            if (!pass(some[i], records_[some[i].attributeType], cursors[i])) {
                 return;
             }
         }
@@ -255,28 +262,60 @@ void MrpSm::QuietWalk::run() {
 }
 
 // Passes the vector that the walk is at. Whether it did so to its end.
-bool MrpSm::QuietWalk::pass(const Records& records, const RecordMap::Cursor& cursor) {
-    const MrpParsedVector& vector = parsed_.vectors()[at_.vector];
-    if (!vector.isDomain()) {  // those have a queue of their own
-        const std::uint32_t begin = at_.value;
-        if (vector.application == MrpApplication::mvrp) {
-            at_.value = quietValues<VlanValues>(records, cursor);
-        } else if (vector.isListener()) {
-            at_.value = quietValues<ListenerValues>(records, cursor);
-        } else {
-            at_.value = quietValues<TalkerValues>(records, cursor);
-        }
-        if (at_.value != begin) {
-            passed_ += at_.value - begin;
-            last_ = {at_.vector, at_.value - 1};
-            lastOfType_[vector.attributeType] = last_;
-        }
-        if (at_.value != vector.values) {
+bool MrpSm::QuietWalk::pass(const MrpParsedVector& vector, const Records& records,
+                            RecordMap::Cursor& cursor) {
+    const bool passed =
+        vector.isDomain() ||  // those have a queue of their own
+        (vector.values == 1 && !records.pending ? passOne(vector, cursor.find(vector.firstKey))
+                                                : passVector(vector, records, cursor));
+    if (passed) {
+        at_ = {at_.vector + 1, 0};
+    }
+    return passed;
+}
+
+// Random Stream IDs come in vectors of one value: what is done once a vector counts there.
+bool MrpSm::QuietWalk::passOne(const MrpParsedVector& vector, const MrpAttrDatabase* record) {
+    if (record == nullptr) {
+        return false;
+    }
+    const Effect effect = effectOn(*record, threePackedEvent(parsed_.threePacked(vector), 0));
+    if (effect == Effect::known) {
+        const bool stored = vector.application == MrpApplication::mvrp ||
+                            (vector.isListener() ? ListenerValues(parsed_, at_).storedIn(*record)
+                                                 : TalkerValues(parsed_, at_).storedIn(*record));
+        if (!stored) {
             return false;
         }
+        ++joins_;
     }
-    at_ = {at_.vector + 1, 0};
-    return true;
+    if (effect != Effect::some) {
+        passedTo(vector, 1);
+    }
+    return effect != Effect::some;
+}
+
+bool MrpSm::QuietWalk::passVector(const MrpParsedVector& vector, const Records& records,
+                                  const RecordMap::Cursor& cursor) {
+    std::uint32_t end = 0;
+    if (vector.application == MrpApplication::mvrp) {
+        end = quietValues<VlanValues>(records, cursor);
+    } else if (vector.isListener()) {
+        end = quietValues<ListenerValues>(records, cursor);
+    } else {
+        end = quietValues<TalkerValues>(records, cursor);
+    }
+    passedTo(vector, end);
+    return end == vector.values;
+}
+
+void MrpSm::QuietWalk::passedTo(const MrpParsedVector& vector, std::uint32_t end) {
+    if (end != at_.value) {
+        passed_ += end - at_.value;
+        at_.value = end;
+        last_ = {at_.vector, end - 1};
+        lastOfType_[vector.attributeType] = last_;
+    }
 }
 
 // Finds the records of a vector's values from one on, until one has none. How many.
