@@ -4,19 +4,12 @@
 #include <stdexcept>
 
 #include "platform/base/Assert.h"
-#include "platform/base/BigEndian.h"
 
 namespace Platform {
 
-namespace {
-
-void refuse(bool pastEnd) {
-    if (pastEnd) {
-        throw std::range_error("Pkt: past the end of the packet");
-    }
+void Pkt::refuse() {
+    throw std::range_error("Pkt: past the end of the packet");
 }
-
-}  // namespace
 
 Pkt::Pkt(std::size_t capacity, std::size_t headRoom)
     : buffer_(new std::uint8_t[capacity]), capacity_(capacity), start_(headRoom) {
@@ -24,17 +17,6 @@ Pkt::Pkt(std::size_t capacity, std::size_t headRoom)
 }
 
 Pkt::~Pkt() = default;
-
-std::uint16_t Pkt::be16(std::size_t offset) const {
-    refuse(bytes_ < sizeof(std::uint16_t) || offset > bytes_ - sizeof(std::uint16_t));
-    return readBe16(data() + offset);
-}
-
-void Pkt::delSharedHeadData(std::size_t n) {
-    refuse(n > bytes_);
-    start_ += n;
-    bytes_ -= n;
-}
 
 void Pkt::newSharedHeadData(std::size_t n) {
     require(n <= start_, "the packet has head room");

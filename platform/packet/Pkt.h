@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 
+#include "platform/base/BigEndian.h"
 #include "platform/base/Ptr.h"
 
 namespace Platform {
@@ -31,10 +32,21 @@ class Pkt final : public RefCounted {
     std::span<const std::uint8_t> span() const { return {data(), bytes_}; }
 
     // The 16-bit number in network order at the offset.
-    std::uint16_t be16(std::size_t offset) const;
+    std::uint16_t be16(std::size_t offset) const {
+        if (bytes_ < sizeof(std::uint16_t) || offset > bytes_ - sizeof(std::uint16_t)) {
+            refuse();
+        }
+        return readBe16(data() + offset);
+    }
 
     // Removes n bytes from the head.
-    void delSharedHeadData(std::size_t n);
+    void delSharedHeadData(std::size_t n) {
+        if (n > bytes_) {
+            refuse();
+        }
+        start_ += n;
+        bytes_ -= n;
+    }
     // Adds n zero bytes at the head, out of the head room.
     void newSharedHeadData(std::size_t n);
     // Adds n zero bytes at the tail.
@@ -50,6 +62,8 @@ class Pkt final : public RefCounted {
     void filled(std::size_t n);
 
   private:
+    [[noreturn]] static void refuse();
+
     std::unique_ptr<std::uint8_t[]> buffer_;
     std::size_t capacity_;
     std::size_t start_;

@@ -54,7 +54,11 @@ class Story {
         std::string result;
         for (int vectors = 1 + static_cast<int>(random_() % 4); vectors-- > 0;) {
             const auto type = static_cast<AttributeType>(msrp() ? 1 + random_() % 4 : 1);
-            const std::string body = vector(type) + "0000";
+            std::string body = vector(type);
+            while (!one(3)) {
+                body += vector(type);
+            }
+            body += "0000";
             result += be(type, 1) + be(msrp() ? mrpSizeOfMsrpAttribute(type) : 2, 1) +
                       (msrp() ? be(body.size() / 2, 2) : "") + body;
         }
@@ -63,7 +67,7 @@ class Story {
     std::string vector(unsigned type) {
         // Near each other and to where keys wrap, so that vectors overlap.
         const std::uint64_t key = (one(2) ? 0 : UINT64_MAX - 30) + 8 * (random_() % 8);
-        const std::size_t values = one(8) ? 300 : 1 + random_() % 12;
+        const std::size_t values = one(8) ? 300 : one(3) ? 1 : 1 + random_() % 12;
         std::string first = be(key & 0xffff, 2);
         if (msrp()) {
             first = type == 4   ? domain(key & 0xff, 3)

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "Wire.h"
+#include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/IndexedQueue.h"
 
 namespace MrpTest::Wire {
@@ -80,14 +81,15 @@ TEST(Types, ParsedAttributesKnowWhatCameLast) {
             const auto type = static_cast<AttributeType>(1 + random() % (1 + frame % 2));
             const auto values = static_cast<std::uint16_t>(1 + random() % longest);
             key += random() % 2 != 0 ? longest : (random() % 60) - 30;
-            const MvrpVlanAttribute value{};
-            std::uint8_t* events = attributes.vectorIs(
-                type, MrpApplication::msrp, key,
-                std::span(reinterpret_cast<const std::uint8_t*>(&value), 2), values);
+            const auto kind = MrpParsedVector::of(type, MrpApplication::msrp);
+            attributes.vectorIs(kind, key, values, attributes.nextOctets());
+            Bytes octets(kind.valueSize + threePackedBytes(values));
             for (std::uint16_t at = 0; at < values; ++at, ++came) {
-                events[at] = static_cast<std::uint8_t>(random());
-                model[{type, key + at}] = events[at];
+                const auto event = static_cast<std::uint8_t>(random() % 6);
+                mrpEncodeThreePackedEvent(octets.data() + kind.valueSize, event, at + 1U);
+                model[{type, key + at}] = event;
             }
+            attributes.octetsAre(octets);
         }
         ASSERT_EQ(attributes.repeats(), model.size() != came) << frame;
         repeating += attributes.repeats() ? 1 : 0;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <tuple>
 
+#include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/MrpValueImage.h"
 
 namespace Mrp {
@@ -23,32 +24,19 @@ AttributeKey keyMaskOf(AttributeType attributeType, MrpApplication application) 
 
 }  // namespace
 
-std::uint8_t* MrpParsedAttributes::vectorIs(AttributeType attributeType, MrpApplication application,
-                                            AttributeKey firstKey,
-                                            std::span<const std::uint8_t> firstValue,
-                                            std::uint16_t values) {
-    if (!vectors_.empty()) {
-        const MrpParsedVector& before = vectors_.back();
-        ascending_ =
-            ascending_ && (before.attributeType < attributeType ||
-                           (before.attributeType == attributeType && before.lastKey() < firstKey));
-    }
-    const std::size_t begin = octets_.size();
-    MrpParsedVector& vector = vectors_.emplace_back();
-    vector.firstKey = firstKey;
-    vector.keyMask = keyMaskOf(attributeType, application);
-    vector.application = application;
-    vector.octets = static_cast<std::uint32_t>(begin);
-    vector.values = values;
-    vector.valueSize = static_cast<std::uint8_t>(firstValue.size());
+MrpParsedVector MrpParsedVector::of(AttributeType attributeType, MrpApplication application) {
+    MrpParsedVector vector;
     vector.attributeType = attributeType;
-    wraps_ = wraps_ || values - 1U > vector.keyMask - firstKey;
-    repeats_.reset();
-    values_ += values;
-    const std::size_t perValue = vector.isListener() ? 2 : 1;
-    octets_.resize(begin + firstValue.size() + perValue * values);
-    const auto octets = octets_.begin() + static_cast<std::ptrdiff_t>(begin);
-    return &*std::copy(firstValue.begin(), firstValue.end(), octets);
+    vector.application = application;
+    vector.keyMask = keyMaskOf(attributeType, application);
+    vector.valueSize = mrpSizeOfAttribute(attributeType, application);
+    return vector;
+}
+
+std::span<std::uint8_t> MrpParsedAttributes::octetsAre(std::span<const std::uint8_t> octets) {
+    const auto begin = static_cast<std::ptrdiff_t>(octets_.size());
+    octets_.insert(octets_.end(), octets.begin(), octets.end());
+    return {octets_.begin() + begin, octets_.end()};
 }
 
 void MrpParsedAttributes::delAll() {
@@ -111,16 +99,24 @@ std::optional<std::uint8_t> MrpParsedAttributes::event(const MrpParsedAttributeK
         return std::nullopt;
     }
     const auto place = find(key);
-    return place ? std::optional(events(vectors_[place->vector])[place->value]) : std::nullopt;
+    return place ? std::optional(eventAt(*place)) : std::nullopt;
+}
+
+std::uint8_t MrpParsedAttributes::eventAt(const MrpParsedPlace& place) const {
+    return threePackedEvent(threePacked(vectors_[place.vector]), place.value);
 }
 
 void MrpParsedAttributes::copyValue(const MrpParsedPlace& place,
                                     std::span<std::uint8_t> octets) const {
     const MrpParsedVector& vector = vectors_[place.vector];
-    std::copy_n(octets_.begin() + vector.octets, octets.size(), octets.begin());
+    std::copy_n(firstValue(vector), vector.valueSize, octets.begin());
     mrpAdvanceValue(octets, vector.attributeType, vector.application, place.value);
     if (vector.isListener()) {
-        octets[sizeof(MsrpListenerStreamAttribute)] = events(vector)[vector.values + place.value];
+        const std::uint8_t* const fourPacked =
+            threePacked(vector) + threePackedBytes(vector.values);
+        const auto declaration = octets.subspan(vector.valueSize);
+        std::ranges::fill(declaration, std::uint8_t{0});
+        declaration.front() = fourPackedEvent(fourPacked, place.value);
     }
 }
 
@@ -129,9 +125,10 @@ MrpParsedAttribute MrpParsedAttributes::attribute(const MrpParsedPlace& place) c
     const MrpParsedAttributeKey key{vector.attributeType, vector.key(place.value)};
     const MrpParsedPlace last = repeats() ? find(key).value_or(place) : place;
     MrpParsedAttribute attribute(key);
-    attribute.attributeEventIs(events(vectors_[last.vector])[last.value]);
+    attribute.attributeEventIs(eventAt(last));
     std::array<std::uint8_t, sizeof(MsrpTalkerFailedAttribute)> octets{};
-    const auto value = std::span(octets).first(vector.valueSize);
+    const auto value =
+        std::span(octets).first(mrpSizeOfStoredValue(vector.attributeType, vector.application));
     copyValue(last, value);
     attribute.attributeValue().assign(value);
     return attribute;

@@ -23,27 +23,51 @@ class MrpParsedAttributes {
     std::size_t size() const;
     const std::vector<MrpParsedVector>& vectors() const { return vectors_; }
 
-    // Files a vector of at least one value, of a type that the application has; the first value is
-    // given as a database record stores it. The caller writes an event for each value to the octets
-    // that are returned, and behind them a declaration type for each value of a Listener vector.
-    std::uint8_t* vectorIs(AttributeType attributeType, MrpApplication application,
-                           AttributeKey firstKey, std::span<const std::uint8_t> firstValue,
-                           std::uint16_t values);
+    // Adds octets in which vectors lie, and tells where they begin.
+    std::span<std::uint8_t> octetsAre(std::span<const std::uint8_t> octets);
+    // Where the octets that are added next will begin.
+    std::uint32_t nextOctets() const { return static_cast<std::uint32_t>(octets_.size()); }
+    // Files a vector of at least one value, of a type that the application has: one of a kind, with
+    // its first key. Its octets begin at that place, as on the wire but without reserved bits; they
+    // may be added after it.
+    void vectorIs(const MrpParsedVector& kind, AttributeKey firstKey, std::uint16_t values,
+                  std::uint32_t octets) {
+        if (ascending_ && !vectors_.empty()) {
+            const MrpParsedVector& before = vectors_.back();
+            ascending_ =
+                before.attributeType < kind.attributeType ||
+                (before.attributeType == kind.attributeType && before.lastKey() < firstKey);
+        }
+        wraps_ = wraps_ || values - 1U > kind.keyMask - firstKey;
+        repeats_.reset();
+        values_ += values;
+        vectors_.push_back(kind);
+        MrpParsedVector& vector = vectors_.back();
+        vector.firstKey = firstKey;
+        vector.values = values;
+        vector.octets = octets;
+    }
     void delAll();
 
-    // Whether an attribute came more than once.
+    // Whether an attribute came more than once. To find out takes time; it is known afterwards.
     bool repeats() const;
+    bool knownToRepeat() const { return repeats_.value_or(false); }
     // Where an attribute came last; nothing when it did not come.
     std::optional<MrpParsedPlace> find(const MrpParsedAttributeKey& key) const;
 
     // The event that came last for an attribute; nothing when it did not come.
     std::optional<std::uint8_t> event(const MrpParsedAttributeKey& key) const;
 
-    // The events of a vector, one for each value.
-    const std::uint8_t* events(const MrpParsedVector& vector) const {
-        return octets_.data() + vector.octets + vector.valueSize;
+    // The octets of a vector: those of the first value, and the packed events behind it.
+    const std::uint8_t* firstValue(const MrpParsedVector& vector) const {
+        return octets_.data() + vector.octets;
     }
-    // Writes the value of a place as a database record stores it, in so many octets of the vector.
+    const std::uint8_t* threePacked(const MrpParsedVector& vector) const {
+        return firstValue(vector) + vector.valueSize;
+    }
+    // The event that came at a place.
+    std::uint8_t eventAt(const MrpParsedPlace& place) const;
+    // Writes the value of a place as a database record stores it.
     void copyValue(const MrpParsedPlace& place, std::span<std::uint8_t> octets) const;
     // The attribute that came at a place, with the event and value that came last for it.
     MrpParsedAttribute attribute(const MrpParsedPlace& place) const;

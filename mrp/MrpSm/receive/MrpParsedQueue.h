@@ -23,14 +23,14 @@ class MrpParsedQueue {
     // The next value; there is one.
     const MrpParsedPlace& head() const { return head_; }
     const MrpParsedVector& headVector() const { return parsed_.vectors()[head_.vector]; }
-    // Takes so many values of the head's vector.
-    void skip(std::uint32_t values) { head_.value += values; }
+    // Takes all values before a place.
+    void headIs(const MrpParsedPlace& place) { head_ = place; }
     std::optional<MrpParsedPlace> deq() {
         if (empty()) {
             return std::nullopt;
         }
         const MrpParsedPlace place = head_;
-        skip(1);
+        ++head_.value;
         return place;
     }
     void rewind() { head_ = {}; }

@@ -6,17 +6,19 @@
 
 namespace Mrp {
 
-// A vector of the PDU in hand, as it was filed. Its octets lie in the array of the collection: the
-// first value as a database record stores it, an event for each value, and a declaration type for
-// each value of a Listener vector.
+// A vector of the PDU in hand, as it was filed. Its octets lie in the array of the collection as on
+// the wire: the first value, the packed events, and the packed declaration types of Listeners.
 struct MrpParsedVector {
     AttributeKey firstKey = 0;
     AttributeKey keyMask = 0;  // keys wrap where their field does
     MrpApplication application = MrpApplication::none;
     std::uint32_t octets = 0;  // where they begin
     std::uint16_t values = 0;
-    std::uint8_t valueSize = 0;
+    std::uint8_t valueSize = 0;  // on the wire
     AttributeType attributeType = 0;
+
+    // One of the type, of no values yet.
+    static MrpParsedVector of(AttributeType attributeType, MrpApplication application);
 
     AttributeKey key(std::uint32_t value) const { return (firstKey + value) & keyMask; }
     AttributeKey lastKey() const { return key(values - std::uint32_t{1}); }

@@ -1,29 +1,41 @@
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <span>
 
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/transmit/MrpEventPacking.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
+#include "platform/base/BigEndian.h"
 
-// How values are filed while a PDU is parsed: one by one while somebody follows the trace, else a
-// vector at a time. Either way the received image, the attribute in hand and the counters are left
-// as the last value leaves them.
+// How values are filed while a PDU is parsed: one by one while somebody follows the trace, else all
+// vectors of a message at once. Either way the received image, the attribute in hand and the
+// counters are left as the last value leaves them.
 
 namespace Mrp {
 
 namespace {
 
-// Decodes the events of a vector by its octets.
-void unpackThree(const std::uint8_t* packed, std::uint8_t* events, std::uint16_t values) {
-    const std::uint8_t* const wholeEnd = events + values / 3 * 3;
-    while (events != wholeEnd) {
-        events = std::copy_n(threePackedEvents[*packed++].begin(), 3, events);
+AttributeKey keyOf(const MrpParsedVector& vector, const std::uint8_t* firstValue) {
+    if (vector.application == MrpApplication::mvrp) {
+        return readBe16(firstValue);
     }
-    std::copy_n(threePackedEvents[values % 3 != 0 ? *packed : 0U].begin(), values % 3, events);
+    return vector.isDomain() ? *firstValue : readBe<std::uint64_t>(firstValue);
 }
 
-std::uint8_t fourPackedEvent(const std::uint8_t* packed, std::uint32_t value) {
-    return static_cast<std::uint8_t>(packed[value / 4] >> (6U - 2U * (value % 4U)) & 3U);
+std::size_t packedBytes(const MrpParsedVector& vector, std::size_t values) {
+    return threePackedBytes(values) +
+           (vector.isListener() ? fourPackedBytes(values) : std::size_t{0});
+}
+
+bool isTalker(const MrpParsedVector& vector) {
+    return vector.application == MrpApplication::msrp && vector.attributeType <= talkerFailedType;
+}
+
+// Of a Talker's value.
+void clearReserved(std::uint8_t* value) {
+    std::uint8_t& octet = value[offsetof(MsrpTalkerAdvertiseAttribute, priorityAndRank)];
+    octet = PriorityAndRank::fromOctet(octet).value();
 }
 
 }  // namespace
@@ -43,47 +55,99 @@ void MrpSm::processMrpEvent(std::uint8_t event, std::uint16_t valueIndex) {
 }
 
 void MrpSm::saveParsedMrpAttribute() {
-    const AttributeType type = parseContext_->attributeType();
-    const MrpApplication application = mrpLib_->application();
+    constexpr unsigned firstOfThree = 36;
+    constexpr unsigned firstOfFour = 64;
     const MrpValueImage& image = mrpLib_->rxImage();
-    std::uint8_t* events = mrpParsedAttribute_.vectorIs(
-        type, application, parseContext_->attributeKey(), image.octets(type, application), 1);
-    events[0] = parseContext_->attributeEvent();
-    if (mrpParsedAttribute_.vectors().back().isListener()) {
-        events[1] = static_cast<std::uint8_t>(image.listener.listenerEvent());
-    }
+    const auto vector = MrpParsedVector::of(parseContext_->attributeType(), mrpLib_->application());
+    mrpParsedAttribute_.vectorIs(vector, parseContext_->attributeKey(), 1,
+                                 mrpParsedAttribute_.nextOctets());
+    mrpParsedAttribute_.octetsAre(
+        image.octets(vector.attributeType, vector.application).first(vector.valueSize));
+    const std::array packed{
+        static_cast<std::uint8_t>(parseContext_->attributeEvent() * firstOfThree),
+        static_cast<std::uint8_t>(static_cast<unsigned>(image.listener.listenerEvent()) *
+                                  firstOfFour)};
+    mrpParsedAttribute_.octetsAre(std::span(packed).first(vector.isListener() ? 2 : 1));
 }
 
-// The vector in hand, whose first value stands in the received image.
-void MrpSm::fileVector(const std::uint8_t* packed) {
+bool MrpSm::fileVectors(Pkt& pkt) {
     MrpParseContext& context = *parseContext_;
-    const std::uint16_t values = context.numberOfValues();
     const AttributeType type = context.attributeType();
     const MrpApplication application = mrpLib_->application();
-    const bool listener = application == MrpApplication::msrp && type == listenerType;
-    const std::uint8_t* const fourPacked = packed + threePackedBytes(values);
-    const auto image = mrpLib_->rxImage().octets(type, application);
-    const AttributeKey firstKey = mrpGetRxAttributeKey();
-    if (!recycledPkt_ && !mrpConfig_->mrpFlooding()) {
-        std::uint8_t* events =
-            mrpParsedAttribute_.vectorIs(type, application, firstKey, image, values);
-        unpackThree(packed, events, values);
-        for (std::uint32_t value = 0; listener && value < values; ++value) {
-            events[values + value] = fourPackedEvent(fourPacked, value);
+    if (type == 0 || type > mrpMaxAttrTypes(application) || mrpSmTrace.enabled(valueTraceLevel)) {
+        return false;
+    }
+    const auto kind = MrpParsedVector::of(type, application);
+    const std::size_t headSize = VectorHeader::size + kind.valueSize;
+    const std::size_t firstFiled = mrpParsedAttribute_.vectors().size();
+    const std::uint32_t octets = mrpParsedAttribute_.nextOctets();
+    const bool filed = !recycledPkt_ && !mrpConfig_->mrpFlooding();
+    const std::uint8_t* last = nullptr;
+    std::uint16_t lastValues = 0;
+    std::size_t taken = 0;
+    while (pkt.bytes() - taken > headSize) {
+        const std::uint8_t* const head = pkt.data() + taken;
+        const std::uint16_t header = readBe16(head);
+        const std::uint16_t values = header & VectorHeader::numOfValuesMask;
+        const std::size_t size = headSize + packedBytes(kind, values);
+        if (values == 0 || size > pkt.bytes() - taken) {
+            break;
+        }
+        context.leaveAllIs((header & VectorHeader::leaveAllBit) != 0 ? 1 : 0);
+        if (context.leaveAll() == 1 && !recycledPkt_) {
+            mrpRxLeaveAllIs(type, true);
+            ++eventsInHand_->leaveAlls;
+        }
+        last = head + VectorHeader::size;
+        lastValues = values;
+        if (filed) {
+            mrpParsedAttribute_.vectorIs(
+                kind, keyOf(kind, last), values,
+                octets + static_cast<std::uint32_t>(taken + VectorHeader::size));
+        }
+        if (values == 1) {
+            ++eventsInHand_->values[threePackedEvent(last + kind.valueSize, 0)];
+        } else {
+            countEvents(last + kind.valueSize, values);
+        }
+        context.eventsCounterInc(values);
+        taken += size;
+    }
+    if (taken == 0) {
+        return false;
+    }
+    if (filed) {
+        const auto copy = mrpParsedAttribute_.octetsAre(pkt.span().first(taken));
+        const auto vectors = std::span(mrpParsedAttribute_.vectors()).subspan(firstFiled);
+        for (const MrpParsedVector& one : isTalker(kind) ? vectors : vectors.first(0)) {
+            clearReserved(copy.data() + (one.octets - octets));
         }
     }
+    lastValueIs(kind, last, lastValues);
+    context.attributeListBytesLeftDec(taken);
+    pkt.delSharedHeadData(taken);
+    return true;
+}
+
+// Makes the last value of a vector the one in hand, and that of the received image.
+void MrpSm::lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue,
+                        std::uint16_t values) {
+    MrpValueImage& image = mrpLib_->rxImage();
+    const auto value = image.octets(vector.attributeType, vector.application);
+    const std::uint8_t* const packed = firstValue + vector.valueSize;
     const std::uint32_t last = values - 1U;
-    if (last != 0) {
-        mrpAdvanceValue(image, type, application, last);
+    std::copy_n(firstValue, vector.valueSize, value.begin());
+    if (isTalker(vector)) {
+        clearReserved(value.data());
     }
-    if (listener) {
-        mrpLib_->rxImage().listener.listenerEventIs(
-            static_cast<MsrpListenerEvent>(fourPackedEvent(fourPacked, last)));
+    mrpAdvanceValue(value, vector.attributeType, vector.application, last);
+    if (vector.isListener()) {
+        image.listener.listenerEventIs(static_cast<MsrpListenerEvent>(
+            fourPackedEvent(packed + threePackedBytes(values), last)));
     }
-    context.attributeKeyIs(last != 0 ? mrpGetRxAttributeKey() : firstKey);
-    context.attributeEventIs(threePackedEvents[packed[last / 3]][last % 3]);
-    context.eventsCounterInc(values);
-    countEvents(packed, values);
+    parseContext_->numberOfValuesIs(values);
+    parseContext_->attributeKeyIs(mrpGetRxAttributeKey());
+    parseContext_->attributeEventIs(threePackedEvent(packed, last));
 }
 
 // Counts whole octets by runs, because neighbours say the same of most values.

@@ -109,7 +109,7 @@ MrpParseStatus MrpSm::parseMessage(Pkt& pkt) {
 MrpParseStatus MrpSm::parseAttributeList(Pkt& pkt) {
     MrpParseStatus status = MrpParseStatus::parseContinue;
     do {
-        status = parseVectorAttribute(pkt);
+        status = fileVectors(pkt) ? MrpParseStatus::parseContinue : parseVectorAttribute(pkt);
         // The EndMark is looked for before the status: a rejected vector header was not consumed.
     } while (!atEndMark(pkt) && status == MrpParseStatus::parseContinue &&
              pkt.bytes() > endMarkSize);
@@ -257,13 +257,8 @@ MrpParseStatus MrpSm::parseThreePackedEvents(Pkt& pkt) {
     if (packedBytes > pkt.bytes()) {
         return packedBytesMissing(packedBytes, pkt.bytes());
     }
-    if (values > 0 && !mrpSmTrace.enabled(valueTraceLevel)) {
-        fileVector(pkt.data());
-    } else {
-        for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
-            processMrpEvent(threePackedEvents[pkt.data()[valueIndex / 3]][valueIndex % 3],
-                            valueIndex);
-        }
+    for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
+        processMrpEvent(threePackedEvent(pkt.data(), valueIndex), valueIndex);
     }
     context.attributeListBytesLeftDec(packedBytes + context.attributeLength() + VectorHeader::size);
     pkt.delSharedHeadData(packedBytes);
@@ -283,13 +278,9 @@ MrpParseStatus MrpSm::parseThreeFourPackedEvents(Pkt& pkt) {
     if (packedBytes > pkt.bytes()) {
         return packedBytesMissing(packedBytes, pkt.bytes());
     }
-    if (!mrpSmTrace.enabled(valueTraceLevel)) {
-        fileVector(pkt.data());
-    } else {
-        for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
-            const ThreeEvents& events = threePackedEvents[pkt.data()[valueIndex / 3]];
-            processThreeAndFourPacked(pkt, events[valueIndex % 3], valueIndex, threePacked);
-        }
+    for (std::uint16_t valueIndex = 0; valueIndex < values; ++valueIndex) {
+        processThreeAndFourPacked(pkt, threePackedEvent(pkt.data(), valueIndex), valueIndex,
+                                  threePacked);
     }
     MRP_TRACE(8, " attributeListBytesLeft before accounting this vector ="
                      << context.attributeListBytesLeft());
@@ -302,10 +293,8 @@ MrpParseStatus MrpSm::parseThreeFourPackedEvents(Pkt& pkt) {
 
 void MrpSm::processThreeAndFourPacked(const Pkt& pkt, std::uint8_t event, std::uint16_t valueIndex,
                                       std::size_t threePackedBytes) {
-    const unsigned octet = pkt.data()[threePackedBytes + valueIndex / 4];
-    const unsigned shift = 6U - 2U * (valueIndex % 4U);
     mrpLib_->rxImage().listener.listenerEventIs(
-        static_cast<MsrpListenerEvent>(octet >> shift & 3U));
+        static_cast<MsrpListenerEvent>(fourPackedEvent(pkt.data() + threePackedBytes, valueIndex)));
     processMrpEvent(event, valueIndex);
 }
 

@@ -318,16 +318,19 @@ class MrpSm final : public RefCounted {
     MrpParseStatus unidentifiedAttributeType();
     MrpParseStatus packedBytesMissing(std::size_t wanted, std::size_t left);
     MrpParseStatus countEmptyLeaveAll();
-    void fileVector(const std::uint8_t* packed);
+    // Takes the vectors at the packet's head that have values, as long as they are whole and nobody
+    // follows the trace. Whether there were any.
+    bool fileVectors(Pkt& pkt);
+    void lastValueIs(const MrpParsedVector& vector, const std::uint8_t* firstValue,
+                     std::uint16_t values);
     void countEvents(const std::uint8_t* packed, std::uint16_t values);
     void processParsedQueue(MrpParsedQueue& queue, IntfId intfId);
     MrpRegistrarState declaredState(const MrpParsedAttributeKey& key) const;
     void processRxLeaveAll(const MrpAttribute& attribute);
-    class QuietRecords;
+    class QuietWalk;
     // Takes values off the queue as long as they change nothing that anybody can see. Whether there
     // were any.
     bool passQuietValues(MrpParsedQueue& queue, IntfId intfId);
-    std::uint32_t quietValues(const MrpParsedPlace& first, QuietRecords& records);
     void loadImages(const MrpParsedPlace& place);
     void showQuietValue(const MrpParsedPlace& place, IntfId intfId);
 

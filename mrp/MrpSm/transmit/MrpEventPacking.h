@@ -41,6 +41,14 @@ inline constexpr std::array<ThreeEvents, 256> threePackedEvents = [] {
     return table;
 }();
 
+// The event, or the declaration type, of a value in its packed area; values count from 0.
+inline std::uint8_t threePackedEvent(const std::uint8_t* packed, std::uint32_t value) {
+    return threePackedEvents[packed[value / 3]][value % 3];
+}
+inline std::uint8_t fourPackedEvent(const std::uint8_t* packed, std::uint32_t value) {
+    return static_cast<std::uint8_t>(packed[value / 4] >> (6U - 2U * (value % 4U)) & 3U);
+}
+
 // The NumberOfValues of the vector header at the given octets.
 std::uint16_t mrpGetNumOfValues(const std::uint8_t* header);
 

@@ -1,28 +1,14 @@
 #include "mrp/MrpSm/types/RecordMap.h"
 
+#include "mrp/MrpSm/types/RecordCursor.h"
+
 namespace Mrp {
 
 namespace {
 constexpr std::size_t minSlots = 8;
 }  // namespace
 
-// Neighbours declare keys in runs. Eight in a row are neighbours in the table too: the next one
-// that is asked for is in the cache.
-std::size_t RecordMap::home(AttributeKey key) const {
-    return (mixBits(key >> 3U) + (key & 7U)) & (slots_.size() - 1);
-}
-
-std::size_t RecordMap::slotOf(AttributeKey key) const {
-    std::size_t slot = home(key);
-    while (slots_[slot].record && slots_[slot].key != key) {
-        slot = behind(slot);
-    }
-    return slot;
-}
-
-MrpAttrDatabase* RecordMap::find(AttributeKey key) const {
-    return slots_.empty() ? nullptr : slots_[slotOf(key)].record.get();
-}
+const RecordMap::Slot RecordMap::Cursor::none;
 
 void RecordMap::place(Slot entry) {
     Slot& slot = slots_[slotOf(entry.key)];

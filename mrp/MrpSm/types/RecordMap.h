@@ -20,11 +20,14 @@ class RecordMap {
         MrpAttrDatabase* record;
     };
     class const_iterator;
+    class Cursor;
 
     std::size_t size() const { return keys_.size(); }
     bool empty() const { return keys_.empty(); }
     // Null when there is no record of the key.
-    MrpAttrDatabase* find(AttributeKey key) const;
+    MrpAttrDatabase* find(AttributeKey key) const {
+        return slots_.empty() ? nullptr : slots_[slotOf(key)].record.get();
+    }
     // Adds the record, of whose key there is none yet.
     void insert(Ptr<MrpAttrDatabase> record);
     // Removes the record and returns it; null when there is none.
@@ -44,10 +47,24 @@ class RecordMap {
         Ptr<MrpAttrDatabase> record;  // null: free
     };
 
-    std::size_t home(AttributeKey key) const;
+    // Neighbours declare keys in runs. Eight in a row are neighbours in the table too: the next one
+    // that is asked for is in the cache.
+    static std::size_t home(AttributeKey key, std::size_t mask) {
+        return (mixBits(key >> 3U) + (key & 7U)) & mask;
+    }
+    std::size_t home(AttributeKey key) const { return home(key, slots_.size() - 1); }
     std::size_t behind(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }
     // Where the key is, or would go; there is room.
-    std::size_t slotOf(AttributeKey key) const;
+    std::size_t slotOf(AttributeKey key) const {
+        return slotOf(key, home(key), slots_.data(), slots_.size() - 1);
+    }
+    static std::size_t slotOf(AttributeKey key, std::size_t home, const Slot* slots,
+                              std::size_t mask) {
+        while (slots[home].record && slots[home].key != key) {
+            home = (home + 1) & mask;
+        }
+        return home;
+    }
     void place(Slot entry);
     void slotsAre(std::size_t count);
 
