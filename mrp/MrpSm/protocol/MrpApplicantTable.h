@@ -23,6 +23,9 @@ struct MrpApplicantCell {
     MrpApplicantState next = MrpApplicantState::VO;  // read only when the event is not ignored
 
     std::array<ApplicantMessage, 2> messages() const { return {first, second}; }
+    bool sends() const {
+        return first != ApplicantMessage::none || second != ApplicantMessage::none;
+    }
 };
 
 // The state and the event are enumerators.

@@ -50,21 +50,11 @@ const Steps& stepsOf(MrpApplicantEvent event) {
 }
 
 bool mayRun(MrpRegistrarEvent event) {
+    if (mrpSmTrace.enabled(quietestTraceLevel)) {
+        return false;
+    }
     return event == MrpRegistrarEvent::rxLvAll || event == MrpRegistrarEvent::txLvAll ||
            event == MrpRegistrarEvent::redeclare || event == MrpRegistrarEvent::none;
-}
-
-// The records, if nothing of them is pending; null when the machines are to take them all.
-const MrpIntfTypeApplicant* settledRecords(const MrpSm& mrpSm, const MrpLeaveAllEvents& events) {
-    const MrpApplicationDatabase* database = mrpSm.applicationDatabase();
-    if (database == nullptr || !mayRun(events.registrarEvent) ||
-        mrpSmTrace.enabled(quietestTraceLevel) ||
-        mrpSm.addPendingAttr().records(events.intfId, events.attributeType) != nullptr ||
-        mrpSm.deletePendingAttr().records(events.intfId, events.attributeType) != nullptr) {
-        return nullptr;
-    }
-    const MrpIntfApplicant* intf = database->attrDatabase(events.intfId);
-    return intf != nullptr ? intf->intfTypeApplicant(events.attributeType) : nullptr;
 }
 
 }  // namespace
@@ -73,7 +63,14 @@ MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
     : mrpSm_(mrpSm),
       events_(events),
       steps_(stepsOf(events.applicantEvent)),
-      records_(settledRecords(mrpSm, events)) {}
+      over_(!mayRun(events.registrarEvent)) {
+    const MrpIntfTypeApplicant* const records =
+        over_ ? nullptr : mrpSm.settledRecords(events.intfId, events.attributeType);
+    over_ = records == nullptr;
+    if (!over_) {
+        records_ = RecordMap::Cursor(records->mrpAttribute());
+    }
+}
 
 MrpLeaveAllRun::~MrpLeaveAllRun() {
     if (inHand_) {
@@ -86,7 +83,7 @@ MrpLeaveAllRun::~MrpLeaveAllRun() {
 }
 
 bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> assumed) {
-    MrpAttrDatabase* const record = records_->mrpAttribute(key);
+    MrpAttrDatabase* const record = records_.find(key);
     if (record == nullptr) {
         return false;
     }
@@ -128,7 +125,7 @@ void MrpLeaveAllRun::send(MrpAttrDatabase& record, std::uint8_t attributeEvent, 
     }
     show();
     lastRecord_ = Ptr<MrpAttrDatabase>(&record);
-    records_ = nullptr;
+    over_ = true;
     tx_.reset();
     if (appended == MrpTxRun::Appended::andFull) {
         mrpSm_.mrpTransmitTxPacket(events_.intfId, second);

@@ -8,7 +8,7 @@
 
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 #include "mrp/MrpSm/transmit/MrpTxRun.h"
-#include "mrp/MrpSm/types/MrpApplicationDatabase.h"
+#include "mrp/MrpSm/types/RecordCursor.h"
 
 namespace Mrp {
 
@@ -69,7 +69,7 @@ class MrpLeaveAllRun {
     }
 
   private:
-    bool over() const { return records_ == nullptr; }
+    bool over() const { return over_; }
     bool take(AttributeKey key, std::optional<MrpRegistrarState> assumed);
     void send(MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
     void startLeave(AttributeKey key);
@@ -78,8 +78,9 @@ class MrpLeaveAllRun {
     MrpSm& mrpSm_;
     MrpLeaveAllEvents events_;
     const Steps& steps_;
-    const MrpIntfTypeApplicant* records_;  // null when the run is over
-    std::optional<MrpTxRun> tx_;           // from the first message on
+    RecordMap::Cursor records_;
+    bool over_;
+    std::optional<MrpTxRun> tx_;  // from the first message on
     std::optional<AttributeKey> inHand_;
     Ptr<MrpAttrDatabase> lastRecord_;  // kept from when the run is over
     bool registrarTold_ = false;

@@ -31,6 +31,9 @@ class MrpLeaveSm final : public RefCounted {
     // False when the key waits already.
     bool leavePendingIs(AttributeKey key) { return leavePending_.insert(key); }
     void leavePendingDel(AttributeKey key) { leavePending_.erase(key); }
+    void leavePendingDel(AttributeKey first, AttributeKey last) {
+        leavePending_.erase(first, last);
+    }
     void leavePendingDelAll() { leavePending_.clear(); }
 
     // Expires that long from now, in place of any expiry before.

@@ -373,6 +373,19 @@ void MrpRegistrarSm::mrpDeleteAttrFromLeavePending() {
     }
 }
 
+void MrpRegistrarSm::mrpDeleteRunFromLeavePending(const MrpAttribute& first, AttributeKey last) {
+    if (const Ptr<MrpLeaveSm> timer = find(leaveSm_, sharedKey(first))) {
+        timer->leavePendingDel(first.key, last);
+    }
+    MrpAttribute attribute = first;
+    for (AttributeKey left = last - first.key + 1; left > 0 && !explicitLeaveSm_.empty(); --left) {
+        if (const Ptr<MrpLeaveSm> timer = find(explicitLeaveSm_, attribute)) {
+            timer->leavePendingDel(attribute.key);
+        }
+        ++attribute.key;
+    }
+}
+
 void MrpRegistrarSm::mrpCancelLeavePending(IntfId intfId) {
     cancelAll(leaveSm_, intfId);
     cancelAll(explicitLeaveSm_, intfId);

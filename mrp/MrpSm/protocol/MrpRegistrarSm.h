@@ -44,6 +44,8 @@ class MrpRegistrarSm final : public RefCounted {
     Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
     // Ends the leave of the attribute in hand, wherever it waits.
     void mrpDeleteAttrFromLeavePending();
+    // The same for all attributes from one on to the one with the last key.
+    void mrpDeleteRunFromLeavePending(const MrpAttribute& first, AttributeKey last);
     // Drops every leave timer of an interface; no indications.
     void mrpCancelLeavePending(IntfId intfId);
 

@@ -57,7 +57,9 @@ void MrpSm::processParsedQueue(MrpParsedQueue& queue, IntfId intfId) {
     constexpr std::uint32_t longestRun = 64;
     std::uint32_t run = 1;
     while (!queue.empty()) {
-        run = passQuietValues(queue, intfId) ? 1 : std::min(2 * run, longestRun);
+        const bool quiet = passQuietValues(queue, intfId);
+        const bool silent = passSilentValues(queue, intfId);
+        run = quiet || silent ? 1 : std::min(2 * run, longestRun);
         for (std::uint32_t i = 0; i < run; ++i) {
             const auto place = queue.deq();
             if (!place) {

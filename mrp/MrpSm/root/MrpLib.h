@@ -121,8 +121,8 @@ class MrpLib : public RefCounted {
     // Appends an event for the value of those octets, of a type that the application has.
     void mrpAppendEvent(MrpTxPacketContext& context, AttributeType attributeType,
                         std::span<const std::uint8_t> value, std::uint8_t event);
-    // How many octets of MRPDU make a packet of the interface full, so that it is sent at once: what
-    // is still to come must have room. And whether a packet has got there.
+    // How many octets of MRPDU make a packet of the interface full, so that it is sent at once:
+    // what is still to come must have room. And whether a packet has got there.
     std::size_t mrpFullPacketSize(IntfId intfId) const;
     bool mrpPacketFull(const MrpTxPacketContext& context, std::size_t fullSize) const;
 

@@ -200,6 +200,8 @@ class MrpSm final : public RefCounted {
     // `lookInAddPending` pending additions are seen, and go first.
     MrpAttrDatabase* mrpGetAttrFromDatabase(IntfId intfId, AttributeType attributeType,
                                             AttributeKey key, bool lookInAddPending) const;
+    // The committed records of an interface and type, if nothing of them is pending; else null.
+    const MrpIntfTypeApplicant* settledRecords(IntfId intfId, AttributeType attributeType) const;
     // The keys that such look-ups show for an interface and type, ascending.
     std::vector<AttributeKey> visibleKeys(IntfId intfId, AttributeType attributeType) const;
     // The record of the attribute in hand, pending additions first; made when `create` is set.
@@ -328,9 +330,12 @@ class MrpSm final : public RefCounted {
     MrpRegistrarState declaredState(const MrpParsedAttributeKey& key) const;
     void processRxLeaveAll(const MrpAttribute& attribute);
     class QuietWalk;
+    class SilentRun;
     // Takes values off the queue as long as they change nothing that anybody can see. Whether there
     // were any.
     bool passQuietValues(MrpParsedQueue& queue, IntfId intfId);
+    // The same for values of one vector as long as nothing comes of them but other states.
+    bool passSilentValues(MrpParsedQueue& queue, IntfId intfId);
     void loadImages(const MrpParsedPlace& place);
     void showQuietValue(const MrpParsedPlace& place, IntfId intfId);
 

@@ -93,6 +93,31 @@ bool KeySet::erase(AttributeKey key) {
     return true;
 }
 
+void KeySet::erase(AttributeKey first, AttributeKey last) {
+    if (chunks_.empty()) {
+        return;
+    }
+    const std::size_t begin = chunkOf(first);
+    std::size_t end = begin;
+    for (; end < chunks_.size() && chunks_[end].first <= last; ++end) {
+        std::vector<AttributeKey>& keys = chunks_[end].keys;
+        const auto from = std::lower_bound(keys.begin(), keys.end(), first);
+        const auto to = std::upper_bound(from, keys.end(), last);
+        size_ -= static_cast<std::size_t>(to - from);
+        keys.erase(from, to);
+        if (!keys.empty()) {
+            chunks_[end].first = keys.front();
+        }
+    }
+    const auto chunk = [this](std::size_t i) {
+        return chunks_.begin() + static_cast<std::ptrdiff_t>(i);
+    };
+    chunks_.erase(std::remove_if(chunk(begin), chunk(end),
+                                 [](const Chunk& each) { return each.keys.empty(); }),
+                  chunk(end));
+    joinSmall(begin);
+}
+
 // Two neighbours that together have no more than half of a chunk's keys become one, so that what is
 // left of many keys does not keep the memory of all of them.
 void KeySet::joinSmall(std::size_t chunk) {

@@ -22,6 +22,8 @@ class KeySet {
     // False when the key is there already, or is not there.
     bool insert(AttributeKey key);
     bool erase(AttributeKey key);
+    // Removes all keys from one to another.
+    void erase(AttributeKey first, AttributeKey last);
     void clear();
 
     const_iterator begin() const;
