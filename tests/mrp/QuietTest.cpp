@@ -157,5 +157,15 @@ TEST(Quiet, NeitherDeclaredNorRegistered) {
     }
 }
 
+// A JoinIn that an In for the same attribute follows counts as In, at both places.
+TEST(Quiet, TheLastEventCounts) {
+    TestNode node(MrpApplication::mvrp);
+    node.place(vlanType, 100, MrpApplicantState::QA, MrpRegistrarState::IN);
+    node.receive("0102 0001 0064 24 0001 0064 48 0000 0000");
+    EXPECT_EQ(node.counters().numOfJoinIndications(), 0U);
+    node.receive("0102 0001 0064 48 0001 0064 24 0000 0000");
+    EXPECT_EQ(node.counters().numOfJoinIndications(), 2U);
+}
+
 }  // namespace
 }  // namespace MrpTest::Wire
