@@ -72,16 +72,6 @@ MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
     }
 }
 
-MrpLeaveAllRun::~MrpLeaveAllRun() {
-    if (inHand_) {
-        show();
-    }
-    if (leavesBegun_) {
-        leaveTimer_->doScheduleLeaveTimer(
-            mrpSm_.registrarSm()->leaveTimeFor(events_.registrarEvent, events_.intfId));
-    }
-}
-
 bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> assumed) {
     MrpAttrDatabase* const record = records_.find(key);
     if (record == nullptr) {
@@ -109,7 +99,7 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
     record->applicantStateIs(step.next);
     registrarTold_ = told;
     if (leaves) {
-        startLeave(key);
+        leaving_.push_back(key);
         record->registrarStateIs(MrpRegistrarState::LV);
     }
     return true;
@@ -135,19 +125,22 @@ void MrpLeaveAllRun::send(MrpAttrDatabase& record, std::uint8_t attributeEvent, 
     }
 }
 
-void MrpLeaveAllRun::startLeave(AttributeKey key) {
-    if (!leaveTimer_) {
-        leaveTimer_ = mrpSm_.registrarSm()->leaveSmIs({events_.intfId, events_.attributeType, 0});
-    }
-    leavesBegun_ = leaveTimer_->leavePendingIs(key) || leavesBegun_;
-}
-
 // Makes the attribute in hand the engine's.
 void MrpLeaveAllRun::show() {
     mrpSm_.mrpFillContextFromDatabase({events_.intfId, events_.attributeType, *inHand_});
     mrpSm_.applicantSm()->applicantEventIs(events_.applicantEvent);
     if (registrarTold_) {
         mrpSm_.registrarSm()->registrarEventIs(events_.registrarEvent);
+    }
+}
+
+void MrpLeaveAllRun::finish() {
+    if (inHand_) {
+        show();
+    }
+    if (!leaving_.empty()) {
+        mrpSm_.registrarSm()->mrpAddRunToLeavePending(events_.intfId, events_.attributeType,
+                                                      leaving_, events_.registrarEvent);
     }
 }
 

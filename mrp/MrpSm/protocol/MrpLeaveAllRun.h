@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
-#include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 #include "mrp/MrpSm/transmit/MrpTxRun.h"
 #include "mrp/MrpSm/types/RecordCursor.h"
 
@@ -29,8 +29,8 @@ struct MrpLeaveAllEvents {
 // is pending in the database, and what ends in a deletion.
 //
 // What the machines would leave behind, the attribute in hand with its images and events, is there
-// before anything is called that might look, and when the run ends. A run is over when a frame may
-// have been sent, as then all that it has in hand may be something else.
+// before anything is called that might look, and when the run ends. Leaves begin then too. A run is
+// over when a frame may have been sent, as then all that it has in hand may be something else.
 class MrpLeaveAllRun {
   public:
     // What the applicant does, by its state and by whether the attribute is registered: attribute
@@ -45,7 +45,6 @@ class MrpLeaveAllRun {
     MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events);
     MrpLeaveAllRun(const MrpLeaveAllRun&) = delete;
     MrpLeaveAllRun& operator=(const MrpLeaveAllRun&) = delete;
-    ~MrpLeaveAllRun();
 
     // Takes the keys from `next` on, and leaves `next` at the first one that is for the machines,
     // or at the end. `assumed` tells for a key the registrar state that its applicant is to see, if
@@ -58,12 +57,20 @@ class MrpLeaveAllRun {
             if (run.over()) {
                 return;
             }
-            while (!run.over() && next < keys.size()) {
-                const AttributeKey key = keys[next++];
-                if (!run.take(key, assumed(key))) {
-                    --next;
-                    return;
+            bool machine = false;
+            try {
+                while (!run.over() && !machine && next < keys.size()) {
+                    const AttributeKey key = keys[next++];
+                    machine = !run.take(key, assumed(key));
                 }
+            } catch (...) {
+                run.finish();
+                throw;
+            }
+            run.finish();
+            if (machine) {
+                --next;
+                return;
             }
         }
     }
@@ -72,8 +79,8 @@ class MrpLeaveAllRun {
     bool over() const { return over_; }
     bool take(AttributeKey key, std::optional<MrpRegistrarState> assumed);
     void send(MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
-    void startLeave(AttributeKey key);
     void show();
+    void finish();
 
     MrpSm& mrpSm_;
     MrpLeaveAllEvents events_;
@@ -84,8 +91,7 @@ class MrpLeaveAllRun {
     std::optional<AttributeKey> inHand_;
     Ptr<MrpAttrDatabase> lastRecord_;  // kept from when the run is over
     bool registrarTold_ = false;
-    Ptr<MrpLeaveSm> leaveTimer_;
-    bool leavesBegun_ = false;
+    std::vector<AttributeKey> leaving_;  // in ascending order
 };
 
 }  // namespace Mrp

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <unordered_map>
 
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
@@ -40,8 +41,9 @@ class MrpRegistrarSm final : public RefCounted {
     // Starts the leave of the attribute in hand: in its explicit timer for rLv!, else in the shared
     // one of its interface and type. An attribute that waits there already is left as it is.
     void mrpAddAttrToLeavePending();
-    // How long from now such a leave takes, by the event that starts it.
-    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
+    // The same in the shared timer for the keys, which ascend, of an interface and type.
+    void mrpAddRunToLeavePending(IntfId intfId, AttributeType attributeType,
+                                 std::span<const AttributeKey> keys, MrpRegistrarEvent event);
     // Ends the leave of the attribute in hand, wherever it waits.
     void mrpDeleteAttrFromLeavePending();
     // The same for all attributes from one on to the one with the last key.
@@ -94,6 +96,7 @@ class MrpRegistrarSm final : public RefCounted {
     void logLv(const Event& event, const char* what) const;
 
     Ptr<MrpLeaveSm> timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute);
+    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
     static void del(LeaveSms& leaveSms, const MrpAttribute& attribute);
 
     MrpSm& mrpSm_;

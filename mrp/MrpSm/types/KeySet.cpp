@@ -63,6 +63,27 @@ void KeySet::append(AttributeKey key) {
     ++size_;
 }
 
+// Those above all that are here fill chunk after chunk.
+bool KeySet::insert(std::span<const AttributeKey> keys) {
+    bool inserted = false;
+    while (!keys.empty() && !chunks_.empty() && keys.front() <= chunks_.back().keys.back()) {
+        inserted = insert(keys.front()) || inserted;
+        keys = keys.subspan(1);
+    }
+    while (!keys.empty()) {
+        if (chunks_.empty() || chunks_.back().keys.size() == maxChunk) {
+            chunks_.push_back({keys.front(), {}});
+        }
+        std::vector<AttributeKey>& last = chunks_.back().keys;
+        const auto some = keys.first(std::min(keys.size(), maxChunk - last.size()));
+        last.insert(last.end(), some.begin(), some.end());
+        size_ += some.size();
+        keys = keys.subspan(some.size());
+        inserted = true;
+    }
+    return inserted;
+}
+
 void KeySet::split(std::size_t chunk) {
     constexpr std::size_t half = maxChunk / 2;
     const std::vector<AttributeKey>& keys = chunks_[chunk].keys;

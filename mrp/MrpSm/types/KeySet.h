@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <span>
 #include <vector>
 
 #include "mrp/MrpSm/types/MrpAttribute.h"
@@ -22,6 +23,8 @@ class KeySet {
     // False when the key is there already, or is not there.
     bool insert(AttributeKey key);
     bool erase(AttributeKey key);
+    // Adds keys that ascend. False when all of them are there already.
+    bool insert(std::span<const AttributeKey> keys);
     // Removes all keys from one to another.
     void erase(AttributeKey first, AttributeKey last);
     void clear();
