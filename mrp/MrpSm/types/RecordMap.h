@@ -25,8 +25,10 @@ class RecordMap {
     bool empty() const { return keys_.empty(); }
     // Null when there is no record of the key.
     MrpAttrDatabase* find(AttributeKey key) const;
-    // Adds the record, of whose key there is none yet.
-    void insert(Ptr<MrpAttrDatabase> record);
+    // Adds the record, unless there is one of its key: returns that one, or null.
+    MrpAttrDatabase* insert(const Ptr<MrpAttrDatabase>& record);
+    // Makes room for so many more records at once.
+    void reserveMore(std::size_t records);
     // Removes the record and returns it; null when there is none.
     Ptr<MrpAttrDatabase> erase(AttributeKey key);
 
