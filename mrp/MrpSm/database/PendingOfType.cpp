@@ -1,8 +1,49 @@
 #include "mrp/MrpSm/database/PendingOfType.h"
 
+#include <algorithm>
+#include <array>
+#include <numeric>
 #include <utility>
 
 namespace Mrp {
+
+namespace {
+
+// Of an entry; quick to move.
+struct Place {
+    AttributeKey key;
+    std::uint32_t index;
+};
+
+// Many are dealt out by one octet of their keys after the other, from the lowest up.
+void sortByKey(std::vector<Place>& places) {
+    constexpr std::size_t few = 256;
+    if (places.size() < few) {
+        std::ranges::sort(places, {}, &Place::key);
+        return;
+    }
+    constexpr unsigned octetBits = 8;
+    std::vector<Place> dealt(places.size());
+    for (unsigned shift = 0; shift < sizeof(AttributeKey) * octetBits; shift += octetBits) {
+        const auto octet = [shift](const Place& place) {
+            return static_cast<std::uint8_t>(place.key >> shift);
+        };
+        std::array<std::size_t, UINT8_MAX + 1> ends{};
+        for (const Place& place : places) {
+            ++ends[octet(place)];
+        }
+        if (ends[octet(places.front())] == places.size()) {
+            continue;  // it is the same in all
+        }
+        std::exclusive_scan(ends.begin(), ends.end(), ends.begin(), std::size_t{0});
+        for (const Place& place : places) {
+            dealt[ends[octet(place)]++] = place;
+        }
+        places.swap(dealt);
+    }
+}
+
+}  // namespace
 
 void PendingOfType::insert(Ptr<MrpAttrDatabase> record) {
     constexpr std::size_t fewGone = 64;
@@ -57,16 +98,16 @@ void PendingOfType::sort() const {
         return;
     }
     dropGone();
-    std::vector<std::pair<AttributeKey, std::uint32_t>> order;  // which are quick to move
+    std::vector<Place> order;
     order.reserve(entries_.size());
     for (const Entry& entry : entries_) {
-        order.emplace_back(entry.key, static_cast<std::uint32_t>(order.size()));
+        order.push_back({entry.key, static_cast<std::uint32_t>(order.size())});
     }
-    std::ranges::sort(order, {}, &std::pair<AttributeKey, std::uint32_t>::first);
+    sortByKey(order);
     Entries sorted;
     sorted.reserve(entries_.size());
-    for (const auto& [key, index] : order) {
-        sorted.push_back(std::move(entries_[index]));
+    for (const Place& place : order) {
+        sorted.push_back(std::move(entries_[place.index]));
     }
     entries_.swap(sorted);
     ascending_ = true;
