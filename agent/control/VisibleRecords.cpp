@@ -25,7 +25,8 @@ const RecordMap* recordsOf(const MrpSm& mrpSm, IntfId intfId, AttributeType attr
 }
 
 // The first record whose key is not below; nothing without one.
-std::optional<VisibleRecord> firstOf(const RecordMap* records, AttributeKey from) {
+template <class Records>
+std::optional<VisibleRecord> firstOf(const Records* records, AttributeKey from) {
     if (records != nullptr) {
         const auto found = records->lower_bound(from);
         if (found != records->end()) {

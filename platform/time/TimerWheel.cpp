@@ -92,9 +92,14 @@ void TimerWheel::collect(Slot& slot) {
         }
         timer = next;
     }
-    std::sort(due_.begin(), due_.end(), [](const Timer* a, const Timer* b) {
+    const auto earlier = [](const Timer* a, const Timer* b) {
         return std::tie(a->expiry_, a->sequence_) < std::tie(b->expiry_, b->sequence_);
-    });
+    };
+    // Mostly they were set in that order, and the slot has the last one first.
+    std::reverse(due_.begin(), due_.end());
+    if (!std::is_sorted(due_.begin(), due_.end(), earlier)) {
+        std::sort(due_.begin(), due_.end(), earlier);
+    }
     for (std::size_t i = 0; i < due_.size(); ++i) {
         due_[i]->dueIndex_ = i;
     }

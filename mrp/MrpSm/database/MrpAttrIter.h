@@ -28,6 +28,7 @@ class MrpAttrIter final : public RefCounted {
     const Key& key() const { return key_; }
     const KeySet& attributeKey() const { return attributeKey_; }
     void attributeKeyIs(AttributeKey key) { attributeKey_.insert(key); }
+    void attributeKeysAre(const KeySet& keys) { attributeKey_ = keys; }
     void attributeKeyDel(AttributeKey key) { attributeKey_.erase(key); }
     void attributeKeyDelAll() { attributeKey_.clear(); }
 

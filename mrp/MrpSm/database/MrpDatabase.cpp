@@ -10,8 +10,12 @@
 
 namespace Mrp {
 
+// Once there it stays.
 MrpApplicationDatabase* MrpSm::applicationDatabase() const {
-    return mrpStatus_->applicationDatabase(mrpLib_->application());
+    if (applicationDatabase_ == nullptr) {
+        applicationDatabase_ = mrpStatus_->applicationDatabase(mrpLib_->application());
+    }
+    return applicationDatabase_;
 }
 
 void MrpSm::leaveAllTimeIs(IntfId intfId, AttributeType attributeType, Seconds time) {
@@ -89,7 +93,7 @@ MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attr
         }
     }
     MrpAttrDatabase* record = committedRecord(attribute);
-    if (record == nullptr || deletePending(attribute)) {
+    if (record == nullptr || waitsForDeletion(*record)) {
         return nullptr;
     }
     if (lookInAddPending && active_) {  // a standby's database is written by others too
@@ -114,14 +118,14 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
     const MrpApplicationDatabase* database = applicationDatabase();
     const MrpIntfApplicant* intf = database != nullptr ? database->attrDatabase(intfId) : nullptr;
     if (const auto* type = intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr) {
-        const RecordMap* deleted = deletePendingAttr_.records(intfId, attributeType);
+        const PendingOfType* deleted = deletePendingAttr_.records(intfId, attributeType);
         committed.reserve(type->mrpAttribute().size());
-        std::ranges::copy_if(type->mrpAttribute().keys(), std::back_inserter(committed),
-                             [deleted](AttributeKey key) {
-                                 return deleted == nullptr || deleted->find(key) == nullptr;
-                             });
+        std::ranges::set_difference(type->mrpAttribute().keys(),
+                                    deleted != nullptr ? deleted->keys()
+                                                       : std::vector<AttributeKey>(),
+                                    std::back_inserter(committed));
     }
-    const RecordMap* added = addPendingAttr_.records(intfId, attributeType);
+    const PendingOfType* added = addPendingAttr_.records(intfId, attributeType);
     if (added == nullptr) {
         return committed;
     }
@@ -132,11 +136,15 @@ std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attrib
 }
 
 Ptr<MrpAttrDatabase> MrpSm::mrpGetAttribute(bool create) {
-    const auto [intfId, attributeType, key] = parseContext_->attribute();
-    MrpAttrDatabase* found = mrpGetAttrFromDatabase(intfId, attributeType, key, true);
-    return found == nullptr && create && applicationDatabase() != nullptr
-               ? mrpAddAttrToDatabase(intfId, attributeType, key, false)
-               : Ptr<MrpAttrDatabase>(found);
+    const MrpAttribute attribute = parseContext_->attribute();
+    MrpAttrDatabase* found =
+        mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, true);
+    if (found != nullptr || !create || applicationDatabase() == nullptr) {
+        return Ptr<MrpAttrDatabase>(found);
+    }
+    Ptr<MrpAttrDatabase> record = newRecord(attribute);
+    mrpPopulateValueInDatabase(*record, false);
+    return record;
 }
 
 // --- Making and removing ---
@@ -153,9 +161,12 @@ Ptr<MrpAttrDatabase> MrpSm::mrpAddAttrToDatabase(IntfId intfId, AttributeType at
 void MrpSm::createEntryInDatabase(const MrpAttribute& attribute,
                                   const Ptr<MrpAttrDatabase>& record) {
     if (MrpApplicationDatabase* database = applicationDatabase()) {
-        database->attrDatabaseIs(attribute.intfId)
-            ->intfTypeApplicantIs(attribute.attributeType)
-            ->mrpAttributeIs(record);
+        const Ptr<MrpIntfTypeApplicant> type =
+            database->typeIs(attribute.intfId, attribute.attributeType);
+        if (const auto* more = addPendingAttr_.records(attribute.intfId, attribute.attributeType)) {
+            type->reserveMore(more->size());
+        }
+        type->mrpAttributeIs(record);
     }
 }
 

@@ -19,12 +19,22 @@ void MrpSm::addPendingAttrDel(const MrpAttribute& attribute) {
 }
 
 void MrpSm::deletePendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record) {
+    MrpAttrDatabase& marked = *record;
     deletePendingAttr_.insert(attribute, std::move(record));
+    marked.deletionPendingIs(true);
     databaseChanged();
 }
 
 void MrpSm::deletePendingAttrDel(const MrpAttribute& attribute) {
-    deletePendingAttr_.erase(attribute);
+    if (MrpAttrDatabase* record = deletePendingAttr_.find(attribute)) {
+        record->deletionPendingIs(false);
+        deletePendingAttr_.erase(attribute);
+        databaseChanged();
+    }
+}
+
+void MrpSm::deletePendingAttrDelAll() {
+    deletePendingAttr_.delAll([](MrpAttrDatabase& record) { record.deletionPendingIs(false); });
     databaseChanged();
 }
 
@@ -36,19 +46,30 @@ Ptr<MrpAttrDatabase> MrpSm::addAttrToAddPending(const MrpAttribute& attribute) {
     if (MrpAttrDatabase* pending = addPendingAttr_.find(attribute)) {
         return Ptr<MrpAttrDatabase>(pending);
     }
+    return newRecord(attribute);
+}
+
+// A record of an attribute that look-ups do not show; and the one in hand from now on.
+Ptr<MrpAttrDatabase> MrpSm::newRecord(const MrpAttribute& attribute) {
     Ptr<MrpAttrDatabase> record = MrpAttrDatabase::make(
         attribute.key, mrpSizeOfStoredValue(attribute.attributeType, mrpLib_->application()));
     addToAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     addPendingAttrIs(attribute, record);
-    deletePendingAttrDel(attribute);
+    if (deletePending(attribute)) {
+        deletePendingAttrDel(attribute);
+    }
+    recordInHand_ = {attribute, record, databaseGeneration_};
     mrpDatabaseAddSm_->doUpdateReviewTimer();
     return record;
 }
 
 void MrpSm::removeAttrFromAddPending(const MrpAttribute& attribute) {
+    if (!addPendingAttr_.contains(attribute)) {
+        return;
+    }
     const bool committed = mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType,
                                                   attribute.key, false) != nullptr;
-    if (!committed && addPendingAttr_.contains(attribute)) {
+    if (!committed) {
         removeFromAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     }
     addPendingAttrDel(attribute);
@@ -58,10 +79,7 @@ void MrpSm::addAttrToDeletePending(const MrpAttribute& attribute) {
     MrpAttrDatabase* committed =
         mrpGetAttrFromDatabase(attribute.intfId, attribute.attributeType, attribute.key, false);
     if (committed == nullptr) {
-        // One that was never committed is simply forgotten.
-        if (addPendingAttr_.contains(attribute)) {
-            removeAttrFromAddPending(attribute);
-        }
+        removeAttrFromAddPending(attribute);  // one that was never committed is simply forgotten
         return;
     }
     deletePendingAttrIs(attribute, Ptr<MrpAttrDatabase>(committed));
@@ -76,8 +94,7 @@ bool MrpDatabaseAddSm::pendingEmpty() const {
 }
 
 void MrpDatabaseAddSm::reviewFirst() {
-    const MrpAttribute attribute = mrpSm().addPendingAttr().first();
-    const Ptr<MrpAttrDatabase> pending(mrpSm().addPendingAttr().find(attribute));
+    const auto [attribute, pending] = mrpSm().addPendingAttr().first();
     mrpSm().createEntryInDatabase(attribute, pending);
     mrpSm().addPendingAttrDel(attribute);
 }
@@ -87,7 +104,7 @@ bool MrpDatabaseDeleteSm::pendingEmpty() const {
 }
 
 void MrpDatabaseDeleteSm::reviewFirst() {
-    const MrpAttribute attribute = mrpSm().deletePendingAttr().first();
+    const MrpAttribute attribute = mrpSm().deletePendingAttr().first().attribute;
     mrpSm().committedRecordDel(attribute);
     mrpSm().removeFromAttrIter(attribute.intfId, attribute.attributeType, attribute.key);
     mrpSm().deletePendingAttrDel(attribute);
@@ -110,17 +127,23 @@ Ptr<MrpAttrIter> MrpSm::mrpAttrIterIs(const MrpAttrIter::Key& key) {
 }
 
 void MrpSm::addToAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
-    mrpAttrIterIs({intfId, attributeType})->attributeKeyIs(key);
+    if (!lastAttrIter_ || lastAttrIter_->key() != MrpAttrIter::Key{intfId, attributeType}) {
+        lastAttrIter_ = mrpAttrIterIs({intfId, attributeType});
+    }
+    lastAttrIter_->attributeKeyIs(key);
 }
 
 void MrpSm::removeFromAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key) {
-    const auto found = mrpAttrIter_.find({intfId, attributeType});
-    if (found == mrpAttrIter_.end()) {
+    const MrpAttrIter::Key iterKey{intfId, attributeType};
+    if (!lastAttrIter_ || lastAttrIter_->key() != iterKey) {
+        lastAttrIter_ = mrpAttrIter(iterKey);
+    }
+    if (!lastAttrIter_) {
         return;
     }
-    found->second->attributeKeyDel(key);
-    if (found->second->attributeKey().empty()) {
-        mrpAttrIter_.erase(found);
+    lastAttrIter_->attributeKeyDel(key);
+    if (lastAttrIter_->attributeKey().empty()) {
+        mrpAttrIterDel(iterKey);
     }
 }
 

@@ -62,10 +62,8 @@ void MrpLeaveSm::handleLeaveTimer() {
         }
     });
     // Key by key, because each event deletes its own, and an indication may end others.
-    for (auto entry = leavePending_.begin(); entry != leavePending_.end();) {
-        const AttributeKey key = *entry;
-        dispatch([this, key] { handleLeavePending(key); });
-        entry = leavePending_.upper_bound(key);
+    for (auto key = leavePending_.next(std::nullopt); key; key = leavePending_.next(key)) {
+        dispatch([this, &key] { handleLeavePending(*key); });
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "mrp/MrpSm/types/KeySet.h"
+#include "mrp/MrpSm/protocol/MrpLeaveKeys.h"
 #include "mrp/MrpSm/types/MrpAttribute.h"
 #include "platform/base/Ptr.h"
 #include "platform/time/TimerWheel.h"
@@ -28,7 +28,7 @@ class MrpLeaveSm final : public RefCounted {
     void registeredIs(bool registered) { registered_ = registered; }
 
     // The keys that wait.
-    const KeySet& leavePending() const { return leavePending_; }
+    const MrpLeaveKeys& leavePending() const { return leavePending_; }
     bool leavePending(AttributeKey key) const { return leavePending_.contains(key); }
     // False when the key waits already.
     bool leavePendingIs(AttributeKey key) { return leavePending_.insert(key); }
@@ -44,6 +44,8 @@ class MrpLeaveSm final : public RefCounted {
     void doScheduleLeaveTimer(const Seconds& leaveTime);
 
   private:
+    friend class MrpLeaveTimers;
+
     void handleInitialized();
     void handleLeaveTimer();
     void handleLeavePending(AttributeKey key);
@@ -52,9 +54,10 @@ class MrpLeaveSm final : public RefCounted {
     MrpAttribute attribute_;
     MrpSm& mrpSm_;
     TimerWheel::Timer leaveTimer_;
-    KeySet leavePending_;
+    MrpLeaveKeys leavePending_;
     bool initialized_ = false;
     bool registered_ = false;
+    Ptr<MrpLeaveSm> next_;  // in its chain of the registrar's table
 };
 
 }  // namespace Mrp

@@ -291,40 +291,32 @@ void MrpRegistrarSm::logLv(const Event& event, const char* what) const {
 
 namespace {
 
-Ptr<MrpLeaveSm> find(const MrpRegistrarSm::LeaveSms& leaveSms, const MrpAttribute& attribute) {
-    if (leaveSms.empty()) {
-        return nullptr;
-    }
-    const auto found = leaveSms.find(attribute);
-    return found != leaveSms.end() ? found->second : nullptr;
-}
-
 MrpAttribute sharedKey(const MrpAttribute& attribute) {
     return {attribute.intfId, attribute.attributeType, 0};
 }
 
 void cancelAll(MrpRegistrarSm::LeaveSms& leaveSms, IntfId intfId) {
-    for (auto entry = leaveSms.begin(); entry != leaveSms.end();) {
-        if (entry->first.intfId != intfId) {
-            ++entry;
-            continue;
+    leaveSms.eraseIf([intfId](MrpLeaveSm& timer) {
+        if (timer.attribute().intfId != intfId) {
+            return false;
         }
-        for (const AttributeKey key : entry->second->leavePending()) {
-            MRP_TRACE(8, "Intf: " << intfId.name() << " Leave pending deleted: " << key);
+        const MrpLeaveKeys& keys = timer.leavePending();
+        for (auto key = keys.next(std::nullopt); key; key = keys.next(key)) {
+            MRP_TRACE(8, "Intf: " << intfId.name() << " Leave pending deleted: " << *key);
         }
-        entry->second->leavePendingDelAll();
-        entry->second->registeredIs(false);
-        entry = leaveSms.erase(entry);
-    }
+        timer.leavePendingDelAll();
+        timer.registeredIs(false);
+        return true;
+    });
 }
 
 }  // namespace
 
 Ptr<MrpLeaveSm> MrpRegistrarSm::timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute) {
-    Ptr<MrpLeaveSm> timer = find(leaveSms, attribute);
+    Ptr<MrpLeaveSm> timer(leaveSms.timer(attribute));
     if (!timer) {
         timer = makePtr<MrpLeaveSm>(attribute, mrpSm_, timerWheel_);
-        leaveSms[attribute] = timer;
+        leaveSms.insert(timer);
         timer->registeredIs(true);
     }
     return timer;
@@ -339,10 +331,8 @@ Ptr<MrpLeaveSm> MrpRegistrarSm::explicitLeaveSmIs(const MrpAttribute& attribute)
 }
 
 void MrpRegistrarSm::del(LeaveSms& leaveSms, const MrpAttribute& attribute) {
-    const auto found = leaveSms.find(attribute);
-    if (found != leaveSms.end()) {
-        found->second->registeredIs(false);
-        leaveSms.erase(found);
+    if (const Ptr<MrpLeaveSm> timer = leaveSms.erase(attribute)) {
+        timer->registeredIs(false);
     }
 }
 
@@ -365,9 +355,9 @@ void MrpRegistrarSm::mrpAddAttrToLeavePending() {
 
 void MrpRegistrarSm::mrpDeleteAttrFromLeavePending() {
     const MrpAttribute attribute = mrpSm_.parseContext()->attribute();
-    for (const Ptr<MrpLeaveSm>& timer :
-         {find(leaveSm_, sharedKey(attribute)), find(explicitLeaveSm_, attribute)}) {
-        if (timer) {
+    for (MrpLeaveSm* timer :
+         {leaveSm_.timer(sharedKey(attribute)), explicitLeaveSm_.timer(attribute)}) {
+        if (timer != nullptr) {
             timer->leavePendingDel(attribute.key);
         }
     }
@@ -383,12 +373,12 @@ void MrpRegistrarSm::mrpAddRunToLeavePending(IntfId intfId, AttributeType attrib
 }
 
 void MrpRegistrarSm::mrpDeleteRunFromLeavePending(const MrpAttribute& first, AttributeKey last) {
-    if (const Ptr<MrpLeaveSm> timer = find(leaveSm_, sharedKey(first))) {
+    if (MrpLeaveSm* timer = leaveSm_.timer(sharedKey(first))) {
         timer->leavePendingDel(first.key, last);
     }
     MrpAttribute attribute = first;
     for (AttributeKey left = last - first.key + 1; left > 0 && !explicitLeaveSm_.empty(); --left) {
-        if (const Ptr<MrpLeaveSm> timer = find(explicitLeaveSm_, attribute)) {
+        if (MrpLeaveSm* timer = explicitLeaveSm_.timer(attribute)) {
             timer->leavePendingDel(attribute.key);
         }
         ++attribute.key;

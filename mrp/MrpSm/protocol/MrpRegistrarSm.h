@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <span>
-#include <unordered_map>
 
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
+#include "mrp/MrpSm/protocol/MrpLeaveTimers.h"
 #include "mrp/MrpSm/types/MrpAttrDatabase.h"
 #include "mrp/MrpSm/types/MrpConfig.h"
 #include "mrp/MrpSm/types/MrpEnums.h"
@@ -22,7 +22,7 @@ class MrpSm;
 // leave indications, and drives the transmit tick of the engine.
 class MrpRegistrarSm final : public RefCounted {
   public:
-    using LeaveSms = std::unordered_map<MrpAttribute, Ptr<MrpLeaveSm>>;
+    using LeaveSms = MrpLeaveTimers;
 
     MrpRegistrarSm(MrpSm& mrpSm, Ptr<MrpConfig> mrpConfig, Ptr<TimerWheel> timerWheel);
     MrpRegistrarSm(const MrpRegistrarSm&) = delete;

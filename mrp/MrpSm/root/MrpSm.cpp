@@ -100,6 +100,7 @@ MrpSm::~MrpSm() {
     mrpAttrIterDelAll();
     mrpDatabaseDeleteSm_ = nullptr;
     mrpDatabaseAddSm_ = nullptr;
+    deletePendingAttrDelAll();
 }
 
 void MrpSm::handleInitialized() {
@@ -186,7 +187,12 @@ void MrpSm::rebuildAttrIter() {
     for (const auto& [intfId, intf] : database->attrDatabase()) {
         for (const auto& [type, records] : intf->intfTypeApplicant()) {
             const Ptr<MrpAttrIter> iter = mrpAttrIterIs({intfId, type});
-            for (const AttributeKey key : records->mrpAttribute().keys()) {
+            const KeySet& keys = records->mrpAttribute().keys();
+            if (iter->attributeKey().empty()) {
+                iter->attributeKeysAre(keys);
+                continue;
+            }
+            for (const AttributeKey key : keys) {
                 iter->attributeKeyIs(key);
             }
         }

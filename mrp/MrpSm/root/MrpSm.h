@@ -252,8 +252,13 @@ class MrpSm final : public RefCounted {
     const PendingRecords& deletePendingAttr() const { return deletePendingAttr_; }
     void deletePendingAttrIs(const MrpAttribute& attribute, Ptr<MrpAttrDatabase> record);
     void deletePendingAttrDel(const MrpAttribute& attribute);
+    // Forgets the deletions: what they were for stays.
+    void deletePendingAttrDelAll();
+    // Of a committed attribute.
     bool deletePending(const MrpAttribute& attribute) const {
-        return deletePendingAttr_.contains(attribute);
+        const MrpAttrDatabase* record =
+            deletePendingAttr_.empty() ? nullptr : committedRecord(attribute);
+        return record != nullptr && record->deletionPending();
     }
     // Removes the committed record.
     void committedRecordDel(const MrpAttribute& attribute);
@@ -265,8 +270,14 @@ class MrpSm final : public RefCounted {
     // Null when there is no set for the key.
     Ptr<MrpAttrIter> mrpAttrIter(const MrpAttrIter::Key& key) const;
     Ptr<MrpAttrIter> mrpAttrIterIs(const MrpAttrIter::Key& key);
-    void mrpAttrIterDel(const MrpAttrIter::Key& key) { mrpAttrIter_.erase(key); }
-    void mrpAttrIterDelAll() { mrpAttrIter_.clear(); }
+    void mrpAttrIterDel(const MrpAttrIter::Key& key) {
+        mrpAttrIter_.erase(key);
+        lastAttrIter_ = nullptr;
+    }
+    void mrpAttrIterDelAll() {
+        mrpAttrIter_.clear();
+        lastAttrIter_ = nullptr;
+    }
     void addToAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key);
     void removeFromAttrIter(IntfId intfId, AttributeType attributeType, AttributeKey key);
 
@@ -345,6 +356,10 @@ class MrpSm final : public RefCounted {
     // Database
     void databaseChanged() { ++databaseGeneration_; }
     MrpAttrDatabase* committedRecord(const MrpAttribute& attribute) const;
+    bool waitsForDeletion(const MrpAttrDatabase& committed) const {
+        return committed.deletionPending() && !deletePendingAttr_.empty();
+    }
+    Ptr<MrpAttrDatabase> newRecord(const MrpAttribute& attribute);
     void populateValue(MrpAttrDatabase& record, bool fromTxImage, MrpApplication application) const;
     void fillImages(const MrpAttribute& attribute, MrpApplication application);
     bool fillImages(const MrpParsedAttribute& parsed, MrpApplication application);
@@ -384,7 +399,7 @@ class MrpSm final : public RefCounted {
     IntfId parsedIntfId_;  // which received the frame in hand; empty between frames
     Ptr<MrpAttrLogSm> mrpAttrLogSm_;
     std::unordered_map<MrpAttrIter::Key, Ptr<MrpAttrIter>> mrpAttrIter_;
-    PendingRecords deletePendingAttr_;  // which are in the database still
+    PendingRecords deletePendingAttr_;  // which are in the database still, and marked there
     PendingRecords addPendingAttr_;
     Ptr<MrpDatabaseDeleteSm> mrpDatabaseDeleteSm_;
     Ptr<MrpDatabaseAddSm> mrpDatabaseAddSm_;
@@ -398,6 +413,8 @@ class MrpSm final : public RefCounted {
 
     std::uint64_t databaseGeneration_ = 1;
     mutable RecordInHand recordInHand_;
+    mutable MrpApplicationDatabase* applicationDatabase_ = nullptr;
+    Ptr<MrpAttrIter> lastAttrIter_;  // which was changed last; null once a set has gone
 
     static bool futureProtocolVersion_;
 };

@@ -18,6 +18,9 @@ void makeRoom(std::vector<AttributeKey>& keys) {
 
 // The chunk that has the key, or would have it; there is one.
 std::size_t KeySet::chunkOf(AttributeKey key) const {
+    if (chunks_.size() == 1 || key < chunks_[1].first) {
+        return 0;  // where those are taken out that go in order
+    }
     const auto behind = std::upper_bound(
         chunks_.begin(), chunks_.end(), key,
         [](AttributeKey wanted, const Chunk& chunk) { return wanted < chunk.first; });

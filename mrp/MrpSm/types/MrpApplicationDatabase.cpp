@@ -39,7 +39,7 @@ void MrpAttrDatabase::attributeValueIs(ValueIndex first, std::span<const std::ui
         throw std::range_error("the record has no room for such a value");
     }
     const auto stored = value().subspan(first.value(), octets.size());
-    if (!std::equal(octets.begin(), octets.end(), stored.begin())) {
+    if (home_ == nullptr || !std::equal(octets.begin(), octets.end(), stored.begin())) {
         std::copy(octets.begin(), octets.end(), stored.begin());
         changed();
     }
@@ -82,21 +82,24 @@ Ptr<MrpAttrDatabase> MrpIntfTypeApplicant::mrpAttributeIs(AttributeKey key) {
 }
 
 void MrpIntfTypeApplicant::mrpAttributeIs(const Ptr<MrpAttrDatabase>& record) {
-    if (MrpAttrDatabase* found = records_.find(record->key())) {
+    if (MrpAttrDatabase* found = insert(record)) {
         found->copyFrom(*record);
         return;
     }
-    require(record->home_ == nullptr, "the record is in no database");
-    insert(record);
     record->changed();
 }
 
-void MrpIntfTypeApplicant::insert(const Ptr<MrpAttrDatabase>& record) {
-    records_.insert(record);
+// Adds the record, unless there is one of its key: returns that one, or null.
+MrpAttrDatabase* MrpIntfTypeApplicant::insert(const Ptr<MrpAttrDatabase>& record) {
+    if (MrpAttrDatabase* found = records_.insert(record)) {
+        return found;
+    }
+    require(record->home_ == nullptr, "the record is in no database");
     record->home_ = this;
     if (database_ != nullptr) {
         ++database_->recordCount_;
     }
+    return nullptr;
 }
 
 void MrpIntfTypeApplicant::mrpAttributeDel(AttributeKey key) {
@@ -158,18 +161,31 @@ Ptr<MrpIntfApplicant> MrpApplicationDatabase::attrDatabaseIs(IntfId intfId) {
     return intf;
 }
 
-MrpAttrDatabase* MrpApplicationDatabase::record(IntfId intfId, AttributeType attributeType,
-                                                AttributeKey key) const {
+MrpIntfTypeApplicant* MrpApplicationDatabase::type(IntfId intfId,
+                                                   AttributeType attributeType) const {
     if (last_ == nullptr || last_->intfId_ != intfId || last_->attributeType_ != attributeType) {
         const MrpIntfApplicant* intf = attrDatabase(intfId);
-        const MrpIntfTypeApplicant* type =
+        MrpIntfTypeApplicant* found =
             intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
-        if (type == nullptr) {
+        if (found == nullptr) {
             return nullptr;
         }
-        last_ = type;
+        last_ = found;
     }
-    return last_->mrpAttribute(key);
+    return last_;
+}
+
+Ptr<MrpIntfTypeApplicant> MrpApplicationDatabase::typeIs(IntfId intfId,
+                                                         AttributeType attributeType) {
+    MrpIntfTypeApplicant* found = type(intfId, attributeType);
+    return found != nullptr ? Ptr<MrpIntfTypeApplicant>(found)
+                            : attrDatabaseIs(intfId)->intfTypeApplicantIs(attributeType);
+}
+
+MrpAttrDatabase* MrpApplicationDatabase::record(IntfId intfId, AttributeType attributeType,
+                                                AttributeKey key) const {
+    const MrpIntfTypeApplicant* found = type(intfId, attributeType);
+    return found != nullptr ? found->mrpAttribute(key) : nullptr;
 }
 
 }  // namespace Mrp

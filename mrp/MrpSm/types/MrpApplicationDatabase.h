@@ -29,6 +29,8 @@ class MrpIntfTypeApplicant final : public Entity {
     // Takes over a record that is in no database, and tells of it. One of its key that is there
     // already takes over what it says.
     void mrpAttributeIs(const Ptr<MrpAttrDatabase>& record);
+    // So many records are going to be added.
+    void reserveMore(std::size_t records) { records_.reserveMore(records); }
     void mrpAttributeDel(AttributeKey key);
 
   private:
@@ -36,7 +38,7 @@ class MrpIntfTypeApplicant final : public Entity {
     friend class MrpApplicationDatabase;
 
     void tell(AttributeKey key, const MrpAttrDatabase* record) const;
-    void insert(const Ptr<MrpAttrDatabase>& record);
+    MrpAttrDatabase* insert(const Ptr<MrpAttrDatabase>& record);
 
     MrpApplicationDatabase* database_;  // null when it has gone
     IntfId intfId_;
@@ -96,6 +98,9 @@ class MrpApplicationDatabase final : public Entity {
 
     // How many records there are.
     std::size_t recordCount() const { return recordCount_; }
+    // The records of an interface and type; null where there are none, made by `…Is`.
+    MrpIntfTypeApplicant* type(IntfId intfId, AttributeType attributeType) const;
+    Ptr<MrpIntfTypeApplicant> typeIs(IntfId intfId, AttributeType attributeType);
     // The committed record; null where a level is missing.
     MrpAttrDatabase* record(IntfId intfId, AttributeType attributeType, AttributeKey key) const;
 
@@ -110,7 +115,7 @@ class MrpApplicationDatabase final : public Entity {
     Interfaces interfaces_;
     // The type of the last look-up: the next one is mostly of the same. Types stay as long as the
     // database does.
-    mutable const MrpIntfTypeApplicant* last_ = nullptr;
+    mutable MrpIntfTypeApplicant* last_ = nullptr;
     std::size_t recordCount_ = 0;
     std::map<LeaveAllKey, Seconds> leaveAllTime_;
     Notification<const MrpAttribute&, const MrpAttrDatabase*> recordChanged_;

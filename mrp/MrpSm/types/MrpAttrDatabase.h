@@ -59,6 +59,10 @@ class MrpAttrDatabase final : public RefCounted {
     // for them.
     void attributeValueIs(ValueIndex first, std::span<const std::uint8_t> octets);
 
+    // Whether it is committed and waits for its deletion: look-ups do not show it.
+    bool deletionPending() const { return deletionPending_; }
+    void deletionPendingIs(bool pending) { deletionPending_ = pending; }
+
     // Takes over states and value of another record of the same key, and of the value as much as
     // there is room for. Told of in any case: a record that was just made has not been told of
     // before.
@@ -98,6 +102,8 @@ class MrpAttrDatabase final : public RefCounted {
   private:
     friend class MrpIntfTypeApplicant;
     enum class Telling : std::uint8_t { atOnce, later, due };
+    static constexpr std::uint8_t maxValueSizeBits = 0x7f;
+    static_assert(maxValueSize <= maxValueSizeBits);
 
     void changed() {
         if (home_ != nullptr) {
@@ -106,7 +112,8 @@ class MrpAttrDatabase final : public RefCounted {
     }
     void tellHome();
 
-    MrpAttrDatabase(AttributeKey key, std::uint8_t valueSize) : valueSize_(valueSize), key_(key) {}
+    MrpAttrDatabase(AttributeKey key, std::uint8_t valueSize)
+        : valueSize_(valueSize & maxValueSizeBits), deletionPending_(false), key_(key) {}
     std::span<std::uint8_t> value() {
         return {reinterpret_cast<std::uint8_t*>(this + 1), valueSize_};
     }
@@ -114,7 +121,8 @@ class MrpAttrDatabase final : public RefCounted {
     MrpApplicantState applicantState_ = MrpApplicantState::VO;
     MrpRegistrarState registrarState_ = MrpRegistrarState::MT;
     Telling telling_ = Telling::atOnce;
-    std::uint8_t valueSize_;
+    std::uint8_t valueSize_ : 7;
+    bool deletionPending_ : 1;
     AttributeKey key_;
     MrpIntfTypeApplicant* home_ = nullptr;  // null while the record is in no database
 };

@@ -1,5 +1,7 @@
 #include "mrp/MrpSm/types/RecordMap.h"
 
+#include <algorithm>
+
 #include "mrp/MrpSm/types/RecordCursor.h"
 
 namespace Mrp {
@@ -26,13 +28,26 @@ void RecordMap::slotsAre(std::size_t count) {
 }
 
 // Five eighths of the slots are in use at the most, so that runs find their place close to home.
-void RecordMap::insert(Ptr<MrpAttrDatabase> record) {
-    if ((size() + 1) * 8 > slots_.size() * 5) {
-        slotsAre(slots_.empty() ? minSlots : slots_.size() * 2);
+void RecordMap::reserveMore(std::size_t records) {
+    std::size_t count = std::max(minSlots, slots_.size());
+    while ((size() + records) * 8 > count * 5) {
+        count *= 2;
     }
+    if (count != slots_.size()) {
+        slotsAre(count);
+    }
+}
+
+MrpAttrDatabase* RecordMap::insert(const Ptr<MrpAttrDatabase>& record) {
+    reserveMore(1);
     const AttributeKey key = record->key();
+    Slot& slot = slots_[slotOf(key)];
+    if (slot.record) {
+        return slot.record.get();
+    }
     keys_.insert(key);
-    place({key, std::move(record)});
+    slot = {key, record};
+    return nullptr;
 }
 
 // What stood behind the record moves up, unless it would get in front of its home.

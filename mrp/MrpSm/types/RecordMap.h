@@ -28,8 +28,10 @@ class RecordMap {
     MrpAttrDatabase* find(AttributeKey key) const {
         return slots_.empty() ? nullptr : slots_[slotOf(key)].record.get();
     }
-    // Adds the record, of whose key there is none yet.
-    void insert(Ptr<MrpAttrDatabase> record);
+    // Adds the record, unless there is one of its key: returns that one, or null.
+    MrpAttrDatabase* insert(const Ptr<MrpAttrDatabase>& record);
+    // Makes room for so many more records at once.
+    void reserveMore(std::size_t records);
     // Removes the record and returns it; null when there is none.
     Ptr<MrpAttrDatabase> erase(AttributeKey key);
 
