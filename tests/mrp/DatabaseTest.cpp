@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <map>
+#include <random>
+
 #include "Messages.h"
 #include "platform/base/ScopeGuard.h"
 #include "platform/log/AttrLog.h"
@@ -76,6 +79,43 @@ TEST(Database, ReviewsAreRateLimited) {
     EXPECT_NEAR(node.sm().mrpDatabaseAddSm()->lastReview(), 1.1, 1e-6);
 }
 
+// Beside a map: keys that come in order, in none, and again, and the walk of a review.
+TEST(Database, PendingRecordsInOrder) {
+    PendingOfType pending;
+    std::map<AttributeKey, MrpAttrDatabase*> model;
+    std::mt19937 random(1);
+    const auto walk = [&](AttributeKey from) {
+        auto found = pending.lower_bound(from);
+        for (auto entry = model.lower_bound(from); entry != model.end(); ++entry, ++found) {
+            ASSERT_EQ((*found).key, entry->first);
+            ASSERT_EQ((*found).record, entry->second);
+        }
+        EXPECT_EQ(found, pending.end());
+        EXPECT_EQ(pending.size(), model.size());
+    };
+    for (unsigned i = 0; i < 6000; ++i) {
+        const AttributeKey key = i < 400 ? i : (random() % 1500) << 20U;
+        ASSERT_EQ(pending.find(key), model.contains(key) ? model[key] : nullptr);
+        if (model.contains(key)) {
+            ASSERT_TRUE(pending.erase(key));
+            model.erase(key);
+        } else {
+            const auto record = MrpAttrDatabase::make(key);
+            pending.insert(record);
+            model[key] = record.get();
+        }
+        ASSERT_FALSE(pending.erase(key + 1000));
+        if (i % 1000 == 399) {
+            walk((random() % 1000) << 20U);
+        }
+    }
+    for (; !model.empty(); model.erase(model.begin())) {
+        ASSERT_EQ((*pending.begin()).key, model.begin()->first);
+        ASSERT_TRUE(pending.erase(model.begin()->first));
+    }
+    EXPECT_EQ(pending.begin(), pending.end());
+}
+
 TEST(Database, PendingAdditionsAndDeletions) {
     TestNode node(MrpApplication::mvrp);
     MrpSm& sm = node.sm();
@@ -107,6 +147,17 @@ TEST(Database, PendingAdditionsAndDeletions) {
     EXPECT_EQ(committedVlans(node) + iterKeys(node), "55");
     node.runUntil(0.71);
     EXPECT_EQ(committedVlans(node) + iterKeys(node), "-");
+
+    // The next engine knows nothing of deletions that this one leaves undone.
+    node.place(vlanType, 6, Applicant::QA, Registrar::IN);
+    node.runUntil(2);
+    const Ptr<MrpAttrDatabase> left(
+        sm.mrpGetAttrFromDatabase(attribute.intfId, vlanType, 6, false));
+    ASSERT_TRUE(left);
+    sm.addAttrToDeletePending({node.intf(1), vlanType, 6});
+    EXPECT_TRUE(left->deletionPending());
+    node.instance.reset();
+    EXPECT_FALSE(left->deletionPending());
 }
 
 // A new demand cancels the deletion: a fresh record shows at once, and is copied over the old one.

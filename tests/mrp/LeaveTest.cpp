@@ -118,6 +118,30 @@ TEST(Leave, SettingsOfTheLeaveTime) {
     }
 }
 
+// Many have timers of their own, of which some are stopped.
+TEST(Leave, EachHasItsOwnTimer) {
+    TestNode node(MrpApplication::mvrp);
+    std::string expected;
+    for (std::uint16_t id = 1; id <= 40; ++id) {
+        node.receive(vlanJoin(id));
+        node.receive(vlanLv(id));
+        expected += id % 3 == 0 ? "" : (id > 1 ? " " : "") + std::to_string(id) + "@0.6";
+    }
+    for (std::uint16_t id = 3; id <= 40; id += 3) {
+        node.receive(vlanJoin(id));
+    }
+    EXPECT_EQ(node.sm().registrarSm()->explicitLeaveSm().size(), 40U);
+    std::size_t waiting = 0;
+    for (const auto& [attribute, timer] : node.sm().registrarSm()->explicitLeaveSm()) {
+        EXPECT_EQ(timer->leavePending(attribute.key), attribute.key % 3 != 0);
+        waiting += timer->leavePending().size();
+    }
+    EXPECT_EQ(waiting, 27U);
+    node.runUntil(2);
+    EXPECT_EQ(leaves(node), expected);
+    EXPECT_TRUE(node.sm().registrarSm()->explicitLeaveSm().empty());
+}
+
 // The waiting frame's indication takes the interface, and with it the timer, away.
 TEST(Leave, TimerCanGoWhileTheWaitingFrameIsProcessed) {
     TestNode node(MrpApplication::mvrp);
