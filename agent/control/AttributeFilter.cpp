@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "agent/config/IdText.h"
+#include "mrp/MrpSm/protocol/MrpApplicantTable.h"
 
 namespace MrpAgent {
 
@@ -40,19 +41,6 @@ bool isStream(MrpApplication application, AttributeType type) {
 }
 
 }  // namespace
-
-bool declares(MrpApplicantState state) {
-    switch (state) {
-    case MrpApplicantState::VO:
-    case MrpApplicantState::AO:
-    case MrpApplicantState::QO:
-    case MrpApplicantState::LO:
-    case MrpApplicantState::LA:
-        return false;
-    default:
-        return true;
-    }
-}
 
 bool registers(MrpRegistrarState state) {
     return state != MrpRegistrarState::MT;
@@ -98,7 +86,7 @@ bool AttributeStates::add(const std::string& name) {
 bool AttributeStates::fits(MrpApplicantState applicant, MrpRegistrarState registrar) const {
     return applicants_.test(static_cast<std::size_t>(applicant)) ||
            registrars_.test(static_cast<std::size_t>(registrar)) ||
-           (registered_ && registers(registrar)) || (declared_ && declares(applicant));
+           (registered_ && registers(registrar)) || (declared_ && mrpDeclares(applicant));
 }
 
 AttributeFilter::AttributeFilter(RequestMembers& members, unsigned kinds) {

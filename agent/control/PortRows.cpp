@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "mrp/MrpSm/protocol/MrpApplicantTable.h"
+
 namespace MrpAgent {
 
 using namespace Platform;
@@ -33,7 +35,7 @@ bool PortRows::count(const MrpSm& mrpSm, IntfId port) {
     part_.after = next->key;
     if (next->record != nullptr) {
         part_.registered += registers(next->record->registrarState()) ? 1U : 0U;
-        part_.declared += declares(next->record->applicantState()) ? 1U : 0U;
+        part_.declared += mrpDeclares(next->record->applicantState()) ? 1U : 0U;
     }
     return true;
 }

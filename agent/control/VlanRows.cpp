@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "agent/control/VisibleRecords.h"
+#include "mrp/MrpSm/protocol/MrpApplicantTable.h"
 
 namespace MrpAgent {
 
@@ -44,7 +45,7 @@ VlanPropagation::Membership VlanRows::membership(const MrpInstance& instance, In
     if (const MrpAttrDatabase* record =
             instance.mrpSm().mrpGetAttrFromDatabase(port, vlanType, vlan, true)) {
         membership.registered = registers(record->registrarState());
-        membership.declared = declares(record->applicantState());
+        membership.declared = mrpDeclares(record->applicantState());
     }
     return membership;
 }

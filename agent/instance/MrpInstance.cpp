@@ -89,19 +89,7 @@ void MrpInstance::readWaiting(EthDevPam& pam) {
 bool MrpInstance::declares(const MrpAttribute& attribute) const {
     const MrpAttrDatabase* record = mrpSm_->mrpGetAttrFromDatabase(
         attribute.intfId, attribute.attributeType, attribute.key, true);
-    if (record == nullptr) {
-        return false;
-    }
-    switch (record->applicantState()) {
-    case MrpApplicantState::VO:
-    case MrpApplicantState::AO:
-    case MrpApplicantState::QO:
-    case MrpApplicantState::LO:
-    case MrpApplicantState::LA:
-        return false;
-    default:
-        return true;
-    }
+    return record != nullptr && mrpDeclares(record->applicantState());
 }
 
 bool MrpInstance::request(IntfId intfId, AttributeType attributeType, std::uint8_t event,

@@ -74,8 +74,7 @@ class MrpInstance {
     // here with it.
     void askNeighbours(Platform::IntfId intfId);
 
-    // Whether the attribute is declared here (clause 10.7.6: an applicant that is no observer and
-    // not leaving).
+    // Whether the attribute is declared here.
     bool declares(const Mrp::MrpAttribute& attribute) const;
 
     // Makes one request for an attribute on an interface: `event` is one of Mrp::AttributeEvent,

@@ -7,15 +7,18 @@
 #include "Wire.h"
 #include "platform/log/Trace.h"
 
-// Values that say what is known are passed over by the vector, but not while the trace is on: then
-// each goes through the machines. Nobody but the trace must see which of the two it was.
+// Values that say what is known, or change no more than states, are taken by the vector, and so are
+// the attributes that a LeaveAll reaches; but not while the trace is on: then each goes through the
+// machines. Nobody but the trace must see which of the two it was.
 
 namespace MrpTest::Wire {
 namespace {
 
 class Story {
   public:
-    Story(MrpApplication application, unsigned seed) : node_(application, 2), random_(seed) {
+    Story(MrpApplication application, unsigned seed)
+        : node_(application, 2, [](MrpConfig& config) { config.leaveAllTimeIs(1.5); }),
+          random_(seed) {
         node_.lib->onIndication = [this](const Indication& indication) {
             return indicated(indication);
         };
@@ -29,6 +32,10 @@ class Story {
             }
             node_.receive(frames[random_() % frames.size()], 1 + random_() % 2);
             show();
+            if (one(12)) {
+                leaveAll();
+                show();
+            }
             node_.runUntil(node_.now() + 0.05 * static_cast<double>(random_() % 4));
             node_.instance->enable(node_.intf(1));
         }
@@ -49,6 +56,17 @@ class Story {
   private:
     bool one(unsigned of) { return random_() % of == 0; }
     bool msrp() const { return node_.lib->application() == MrpApplication::msrp; }
+
+    // What reaches all attributes of a type, or of an interface.
+    void leaveAll() {
+        if (one(2)) {
+            node_.sm().mrpPamSm()->transmitAllLeaveAll(node_.intf(1));
+        } else {
+            const auto type = static_cast<AttributeType>(msrp() ? 1 + random_() % 4 : 1);
+            node_.sm().leaveAllSm()->mrpPostLeaveAllToSm(
+                node_.intf(1), type, MrpApplicantEvent::redeclare, MrpRegistrarEvent::redeclare);
+        }
+    }
 
     std::string messages() {
         std::string result;
@@ -116,6 +134,10 @@ class Story {
             for (const AttributeKey key : sm.visibleKeys(node_.intf(1), type)) {
                 text_ += " " + node_.states(type, key);
             }
+        }
+        for (const auto& [attribute, timer] : sm.registrarSm()->leaveSm()) {
+            text_ += " " + std::to_string(timer->leavePending().size()) + " leave at " +
+                     std::to_string(timer->expiry());
         }
         for (const auto count : node_.sm().portCountersIs(node_.intf(1)).eventsIn.values) {
             text_ += " " + std::to_string(count);

@@ -31,6 +31,21 @@ struct MrpApplicantCell {
 // The state and the event are enumerators.
 const MrpApplicantCell& mrpApplicantCell(MrpApplicantState state, MrpApplicantEvent event);
 
+// Whether an applicant in that state declares its attribute: it is no observer and not leaving
+// (clause 10.7.6).
+constexpr bool mrpDeclares(MrpApplicantState state) {
+    switch (state) {
+    case MrpApplicantState::VO:
+    case MrpApplicantState::AO:
+    case MrpApplicantState::QO:
+    case MrpApplicantState::LO:
+    case MrpApplicantState::LA:
+        return false;
+    default:
+        return true;
+    }
+}
+
 // The attribute event that stands for a message; there is one.
 constexpr std::uint8_t mrpMessageEvent(ApplicantMessage message, bool registered) {
     switch (message) {
