@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "Wire.h"
 #include "platform/log/Trace.h"
@@ -19,6 +20,7 @@ class Story {
     Story(MrpApplication application, unsigned seed)
         : node_(application, 2, [](MrpConfig& config) { config.leaveAllTimeIs(1.5); }),
           random_(seed) {
+        node_.sm().allIntfStatusDir()->valueIs(node_.intf(1), {.frameSizeLimit = 130});
         node_.lib->onIndication = [this](const Indication& indication) {
             return indicated(indication);
         };
@@ -168,11 +170,39 @@ TEST(Quiet, TheTraceChangesNothing) {
     EXPECT_GT(known, 1000U) << "the stories have next to nothing that is quiet";
 }
 
+// A packet goes as soon as it is full, wherever the machines would send it.
+TEST(Quiet, LeaveAllOfSeveralFrames) {
+    traceSinkIs([](const TraceSource&, int, const std::string&) {});
+    std::vector<std::string> told;
+    for (const int level : {TraceSource::off, 8}) {
+        setTraceLevel("MrpSm", level);
+        TestNode node(MrpApplication::mvrp);
+        node.sm().allIntfStatusDir()->valueIs(node.intf(1), {.frameSizeLimit = 130});
+        std::string vector = be(400, 2) + "0001";
+        for (int octet = 0; octet < 134; ++octet) {
+            vector += "2b";
+        }
+        node.receive("0102" + vector + "0000 0000");
+        node.runUntil(node.now() + 1);
+        node.sent.clear();
+        node.sm().mrpPamSm()->transmitAllLeaveAll(node.intf(1));
+        EXPECT_EQ(node.sent.size(), 3U);
+        for (const SentFrame& frame : node.sent) {
+            told.push_back(frame.messages());
+        }
+    }
+    setTraceLevel("MrpSm", TraceSource::off);
+    traceSinkIs(nullptr);
+    ASSERT_EQ(told.size(), 6U);
+    EXPECT_TRUE(std::equal(told.begin(), told.begin() + 3, told.begin() + 3));
+}
+
 // An In changes no state, but it is the occasion on which an attribute that nobody needs goes.
 TEST(Quiet, NeitherDeclaredNorRegistered) {
     for (const MrpRegistrarState registrar : {MrpRegistrarState::MT, MrpRegistrarState::IN}) {
         TestNode node(MrpApplication::mvrp);
         node.place(vlanType, 100, MrpApplicantState::VO, registrar);
+        node.runUntil(node.now() + 1);  // committed
         node.receive("0102 0001 0064 48 0000 0000");
         const bool registered = registrar == MrpRegistrarState::IN;
         EXPECT_EQ(node.states(vlanType, 100), registered ? "VO/IN" : "-");
