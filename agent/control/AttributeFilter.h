@@ -85,7 +85,8 @@ class AttributeFilter final {
     std::optional<States> states_;
 };
 
-// Whether the attribute is registered: the registrar is IN, or LV, until its leave timer ends (clause 10.7.8).
+// Whether the attribute is registered: the registrar is IN, or LV, until its leave timer ends
+// (clause 10.7.8).
 bool registers(Mrp::MrpRegistrarState state);
 
 // VLANs as people write them: "10", "10-20", "10,20-30". Nothing for any other text.
