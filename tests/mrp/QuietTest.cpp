@@ -79,6 +79,9 @@ class Story {
                 body += vector(type);
             }
             body += "0000";
+            if (one(20)) {  // a LeaveAll of a type that the application lacks
+                result += msrp() ? "0500 0004 2000 0000" : "0500 2000 0000";
+            }
             result += be(type, 1) + be(msrp() ? mrpSizeOfMsrpAttribute(type) : 2, 1) +
                       (msrp() ? be(body.size() / 2, 2) : "") + body;
         }
@@ -112,6 +115,10 @@ class Story {
             const std::uint64_t key = random_() % 60;
             node_.request(AttributeEvent::joinIn, msrp() ? listenerType : vlanType,
                           hex(msrp() ? listener(key, 2) : be(key, 2)), 1 + random_() % 2);
+        }
+        if (one(40)) {  // of a type that the application lacks
+            node_.lib->mrpOutIntfQueueEnq(node_.intf(1));
+            node_.lib->mrpSendAttribute({node_.intf(1), 5, AttributeEvent::joinIn, false});
         }
         if (one(90)) {
             node_.instance->disable(node_.intf(1));

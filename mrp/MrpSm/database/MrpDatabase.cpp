@@ -93,7 +93,7 @@ MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attr
         }
     }
     MrpAttrDatabase* record = committedRecord(attribute);
-    if (record == nullptr || waitsForDeletion(*record)) {
+    if (record == nullptr || deletePending(attribute, *record)) {
         return nullptr;
     }
     if (lookInAddPending && active_) {  // a standby's database is written by others too

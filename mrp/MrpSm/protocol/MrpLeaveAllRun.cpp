@@ -10,7 +10,6 @@ namespace Mrp {
 
 namespace {
 
-constexpr int quietestTraceLevel = 7;
 using Step = MrpLeaveAllRun::Step;
 using Steps = MrpLeaveAllRun::Steps;
 
@@ -49,12 +48,12 @@ const Steps& stepsOf(MrpApplicantEvent event) {
     return steps[static_cast<std::size_t>(event)];
 }
 
-bool mayRun(MrpRegistrarEvent event) {
-    if (mrpSmTrace.enabled(quietestTraceLevel)) {
-        return false;
-    }
-    return event == MrpRegistrarEvent::rxLvAll || event == MrpRegistrarEvent::txLvAll ||
-           event == MrpRegistrarEvent::redeclare || event == MrpRegistrarEvent::none;
+bool mayRun(const MrpSm& mrpSm, const MrpLeaveAllEvents& events) {
+    const bool known = events.attributeType != 0 && events.attributeType <= mrpSm.maxAttrTypes();
+    const auto registrars = events.registrarEvent;
+    return known && !mrpSmTrace.enabled(leaveAllTraceLevel) &&
+           (!registrars || registrars == MrpRegistrarEvent::rxLvAll ||
+            registrars == MrpRegistrarEvent::txLvAll || registrars == MrpRegistrarEvent::redeclare);
 }
 
 }  // namespace
@@ -63,7 +62,7 @@ MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
     : mrpSm_(mrpSm),
       events_(events),
       steps_(stepsOf(events.applicantEvent)),
-      over_(!mayRun(events.registrarEvent)) {
+      over_(!mayRun(mrpSm, events)) {
     const MrpIntfTypeApplicant* const records =
         over_ ? nullptr : mrpSm.settledRecords(events.intfId, events.attributeType);
     over_ = records == nullptr;
@@ -84,7 +83,7 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
     }
     const bool registered = assumed.value_or(registrar) == MrpRegistrarState::IN;
     const Step& step = steps_[state][registered ? 1 : 0];
-    const bool told = events_.registrarEvent != MrpRegistrarEvent::none;
+    const bool told = events_.registrarEvent.has_value();
     const bool leaves = told && registrar != MrpRegistrarState::MT;
     if (told && !leaves && step.next == MrpApplicantState::VO) {
         return false;  // it is deleted
@@ -99,7 +98,7 @@ bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> ass
     record->applicantStateIs(step.next);
     registrarTold_ = told;
     if (leaves) {
-        leaving_.push_back(key);
+        startLeave(key);
         record->registrarStateIs(MrpRegistrarState::LV);
     }
     return true;
@@ -125,12 +124,19 @@ void MrpLeaveAllRun::send(MrpAttrDatabase& record, std::uint8_t attributeEvent, 
     }
 }
 
+void MrpLeaveAllRun::startLeave(AttributeKey key) {
+    if (!leaveTimer_) {
+        leaveTimer_ = mrpSm_.registrarSm()->leaveSmIs({events_.intfId, events_.attributeType, 0});
+    }
+    leavesBegun_ = leaveTimer_->leavePendingIs(key) || leavesBegun_;
+}
+
 // Makes the attribute in hand the engine's.
 void MrpLeaveAllRun::show() {
     mrpSm_.mrpFillContextFromDatabase({events_.intfId, events_.attributeType, *inHand_});
     mrpSm_.applicantSm()->applicantEventIs(events_.applicantEvent);
     if (registrarTold_) {
-        mrpSm_.registrarSm()->registrarEventIs(events_.registrarEvent);
+        mrpSm_.registrarSm()->registrarEventIs(*events_.registrarEvent);
     }
 }
 
@@ -138,9 +144,9 @@ void MrpLeaveAllRun::finish() {
     if (inHand_) {
         show();
     }
-    if (!leaving_.empty()) {
-        mrpSm_.registrarSm()->mrpAddRunToLeavePending(events_.intfId, events_.attributeType,
-                                                      leaving_, events_.registrarEvent);
+    if (leavesBegun_) {
+        leaveTimer_->doScheduleLeaveTimer(
+            mrpSm_.registrarSm()->leaveTimeFor(*events_.registrarEvent, events_.intfId));
     }
 }
 

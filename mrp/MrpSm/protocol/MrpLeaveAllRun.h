@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <vector>
 
+#include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 #include "mrp/MrpSm/transmit/MrpTxRun.h"
 #include "mrp/MrpSm/types/RecordCursor.h"
 
@@ -19,18 +19,19 @@ struct MrpLeaveAllEvents {
     IntfId intfId;
     AttributeType attributeType = 0;
     MrpApplicantEvent applicantEvent = MrpApplicantEvent::none;
-    // rLA!, txLA!, Re-declare!, or none where the registrars are not told.
-    MrpRegistrarEvent registrarEvent = MrpRegistrarEvent::none;
+    // Nothing where the registrars are not told.
+    std::optional<MrpRegistrarEvent> registrarEvent;
 };
 
 // Such an event gives nearly every attribute the same to do: a message, and a registration that
 // begins to leave. A run takes those attributes past the state machines, with the records, the
 // packets and the leave timer in hand. It leaves to the machines what a trace would tell of, what
-// is pending in the database, and what ends in a deletion.
+// is pending in the database, what ends in a deletion, and types that the application lacks.
 //
 // What the machines would leave behind, the attribute in hand with its images and events, is there
-// before anything is called that might look, and when the run ends. Leaves begin then too. A run is
-// over when a frame may have been sent, as then all that it has in hand may be something else.
+// when a frame is sent and when the run ends; the leave timer is set when it ends. Observers of the
+// database are told of records as ever, and look at nothing else. A run is over when a frame may
+// have been sent, as then all that it has in hand may be something else.
 class MrpLeaveAllRun {
   public:
     // What the applicant does, by its state and by whether the attribute is registered: attribute
@@ -67,9 +68,9 @@ class MrpLeaveAllRun {
                 run.finish();
                 throw;
             }
+            next -= machine ? 1 : 0;
             run.finish();
             if (machine) {
-                --next;
                 return;
             }
         }
@@ -79,6 +80,7 @@ class MrpLeaveAllRun {
     bool over() const { return over_; }
     bool take(AttributeKey key, std::optional<MrpRegistrarState> assumed);
     void send(MrpAttrDatabase& record, std::uint8_t attributeEvent, bool second);
+    void startLeave(AttributeKey key);
     void show();
     void finish();
 
@@ -91,7 +93,8 @@ class MrpLeaveAllRun {
     std::optional<AttributeKey> inHand_;
     Ptr<MrpAttrDatabase> lastRecord_;  // kept from when the run is over
     bool registrarTold_ = false;
-    std::vector<AttributeKey> leaving_;  // in ascending order
+    Ptr<MrpLeaveSm> leaveTimer_;  // from the first leave on
+    bool leavesBegun_ = false;
 };
 
 }  // namespace Mrp

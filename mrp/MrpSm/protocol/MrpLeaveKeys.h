@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <span>
 
 #include "mrp/MrpSm/types/KeySet.h"
 #include "mrp/MrpSm/types/MrpAttribute.h"
@@ -27,14 +26,6 @@ class MrpLeaveKeys {
         }
         makeRoom();
         return many_->insert(key);
-    }
-    // Adds keys that ascend. False when all of them are there already.
-    bool insert(std::span<const AttributeKey> keys) {
-        if (keys.size() < 2) {
-            return !keys.empty() && insert(keys.front());
-        }
-        makeRoom();
-        return many_->insert(keys);
     }
     void erase(AttributeKey key) {
         if (one_ == key) {

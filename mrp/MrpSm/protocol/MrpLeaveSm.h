@@ -1,7 +1,5 @@
 #pragma once
 
-#include <span>
-
 #include "mrp/MrpSm/protocol/MrpLeaveKeys.h"
 #include "mrp/MrpSm/types/MrpAttribute.h"
 #include "platform/base/Ptr.h"
@@ -32,8 +30,6 @@ class MrpLeaveSm final : public RefCounted {
     bool leavePending(AttributeKey key) const { return leavePending_.contains(key); }
     // False when the key waits already.
     bool leavePendingIs(AttributeKey key) { return leavePending_.insert(key); }
-    // The same for keys that ascend: false when all of them wait already.
-    bool leavePendingAre(std::span<const AttributeKey> keys) { return leavePending_.insert(keys); }
     void leavePendingDel(AttributeKey key) { leavePending_.erase(key); }
     void leavePendingDel(AttributeKey first, AttributeKey last) {
         leavePending_.erase(first, last);

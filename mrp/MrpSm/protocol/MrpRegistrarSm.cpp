@@ -363,15 +363,6 @@ void MrpRegistrarSm::mrpDeleteAttrFromLeavePending() {
     }
 }
 
-void MrpRegistrarSm::mrpAddRunToLeavePending(IntfId intfId, AttributeType attributeType,
-                                             std::span<const AttributeKey> keys,
-                                             MrpRegistrarEvent event) {
-    const Ptr<MrpLeaveSm> timer = leaveSmIs({intfId, attributeType, 0});
-    if (timer->leavePendingAre(keys)) {
-        timer->doScheduleLeaveTimer(leaveTimeFor(event, intfId));
-    }
-}
-
 void MrpRegistrarSm::mrpDeleteRunFromLeavePending(const MrpAttribute& first, AttributeKey last) {
     if (MrpLeaveSm* timer = leaveSm_.timer(sharedKey(first))) {
         timer->leavePendingDel(first.key, last);

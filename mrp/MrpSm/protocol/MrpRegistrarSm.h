@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 #include "mrp/MrpSm/protocol/MrpLeaveTimers.h"
@@ -41,9 +40,8 @@ class MrpRegistrarSm final : public RefCounted {
     // Starts the leave of the attribute in hand: in its explicit timer for rLv!, else in the shared
     // one of its interface and type. An attribute that waits there already is left as it is.
     void mrpAddAttrToLeavePending();
-    // The same in the shared timer for the keys, which ascend, of an interface and type.
-    void mrpAddRunToLeavePending(IntfId intfId, AttributeType attributeType,
-                                 std::span<const AttributeKey> keys, MrpRegistrarEvent event);
+    // How long from now such a leave takes, by the event that starts it.
+    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
     // Ends the leave of the attribute in hand, wherever it waits.
     void mrpDeleteAttrFromLeavePending();
     // The same for all attributes from one on to the one with the last key.
@@ -96,7 +94,6 @@ class MrpRegistrarSm final : public RefCounted {
     void logLv(const Event& event, const char* what) const;
 
     Ptr<MrpLeaveSm> timerIs(LeaveSms& leaveSms, const MrpAttribute& attribute);
-    Seconds leaveTimeFor(MrpRegistrarEvent event, IntfId intfId) const;
     static void del(LeaveSms& leaveSms, const MrpAttribute& attribute);
 
     MrpSm& mrpSm_;

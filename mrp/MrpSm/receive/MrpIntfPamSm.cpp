@@ -153,7 +153,7 @@ void MrpIntfPamSm::mrpAllLeaveAllSm(AttributeType attributeType) {
     context.sendTxLvAllIs(true);
     const std::vector<AttributeKey> keys = iter->snapshot();
     const MrpLeaveAllEvents events{intfId_, attributeType, MrpApplicantEvent::txLvAll,
-                                   MrpRegistrarEvent::none};
+                                   std::nullopt};
     for (std::size_t next = 0; next < keys.size(); ++next) {
         MrpLeaveAllRun::pass(mrpSm_, events, keys, next, [](AttributeKey) { return std::nullopt; });
         if (next < keys.size()) {

@@ -258,7 +258,7 @@ class MrpSm final : public RefCounted {
     bool deletePending(const MrpAttribute& attribute) const {
         const MrpAttrDatabase* record =
             deletePendingAttr_.empty() ? nullptr : committedRecord(attribute);
-        return record != nullptr && record->deletionPending();
+        return record != nullptr && deletePending(attribute, *record);
     }
     // Removes the committed record.
     void committedRecordDel(const MrpAttribute& attribute);
@@ -356,8 +356,9 @@ class MrpSm final : public RefCounted {
     // Database
     void databaseChanged() { ++databaseGeneration_; }
     MrpAttrDatabase* committedRecord(const MrpAttribute& attribute) const;
-    bool waitsForDeletion(const MrpAttrDatabase& committed) const {
-        return committed.deletionPending() && !deletePendingAttr_.empty();
+    // The mark says at once of most records that they are not; it may be that of an engine before.
+    bool deletePending(const MrpAttribute& attribute, const MrpAttrDatabase& committed) const {
+        return committed.deletionPending() && deletePendingAttr_.contains(attribute);
     }
     Ptr<MrpAttrDatabase> newRecord(const MrpAttribute& attribute);
     void populateValue(MrpAttrDatabase& record, bool fromTxImage, MrpApplication application) const;

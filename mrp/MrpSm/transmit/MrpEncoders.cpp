@@ -216,6 +216,8 @@ void MrpLib::append(MrpTxPacketContext& context, const MvrpVlanAttribute& value,
 
 void MrpLib::mrpAppendEvent(MrpTxPacketContext& context, AttributeType attributeType,
                             std::span<const std::uint8_t> value, std::uint8_t event) {
+    require(!value.empty() && value.size() >= mrpSizeOfStoredValue(attributeType, application_),
+            "the value is one of the type");
     ++context.events().values[event];
     if (application_ == MrpApplication::mvrp) {
         append(context, valueAt<MvrpVlanAttribute>(value), event);

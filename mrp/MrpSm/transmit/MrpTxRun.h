@@ -21,7 +21,7 @@ class MrpTxRun {
 
     enum class Appended : std::uint8_t {
         no,       // a packet must be begun or sent first; nothing was done
-        yes,      //
+        yes,      // there is room for more
         andFull,  // the packet is to be sent at once
     };
     // Appends an event for the value of those octets, as MrpLib::mrpSendAttributeIntf does.

@@ -1,6 +1,7 @@
 #include "mrp/MrpSm/types/KeySet.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Mrp {
 
@@ -32,7 +33,7 @@ bool KeySet::contains(AttributeKey key) const {
     return found != end() && *found == key;
 }
 
-bool KeySet::insert(AttributeKey key) {
+bool KeySet::insertAnywhere(AttributeKey key) {
     if (chunks_.empty() || key > chunks_.back().keys.back()) {
         append(key);
         return true;
@@ -55,36 +56,18 @@ bool KeySet::insert(AttributeKey key) {
     return true;
 }
 
-// Keys that come in order fill their chunks.
+// Keys that come in order fill their chunks: behind a full one the next is made as large.
 void KeySet::append(AttributeKey key) {
     if (chunks_.empty() || chunks_.back().keys.size() == maxChunk) {
-        chunks_.push_back({key, {key}});
+        Chunk next{key, {}};
+        next.keys.reserve(chunks_.empty() ? 1 : maxChunk);
+        next.keys.push_back(key);
+        chunks_.push_back(std::move(next));
     } else {
         makeRoom(chunks_.back().keys);
         chunks_.back().keys.push_back(key);
     }
     ++size_;
-}
-
-// Those above all that are here fill chunk after chunk.
-bool KeySet::insert(std::span<const AttributeKey> keys) {
-    bool inserted = false;
-    while (!keys.empty() && !chunks_.empty() && keys.front() <= chunks_.back().keys.back()) {
-        inserted = insert(keys.front()) || inserted;
-        keys = keys.subspan(1);
-    }
-    while (!keys.empty()) {
-        if (chunks_.empty() || chunks_.back().keys.size() == maxChunk) {
-            chunks_.push_back({keys.front(), {}});
-        }
-        std::vector<AttributeKey>& last = chunks_.back().keys;
-        const auto some = keys.first(std::min(keys.size(), maxChunk - last.size()));
-        last.insert(last.end(), some.begin(), some.end());
-        size_ += some.size();
-        keys = keys.subspan(some.size());
-        inserted = true;
-    }
-    return inserted;
 }
 
 void KeySet::split(std::size_t chunk) {

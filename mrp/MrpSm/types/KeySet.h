@@ -1,8 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <span>
 #include <vector>
 
 #include "mrp/MrpSm/types/MrpAttribute.h"
@@ -21,10 +21,18 @@ class KeySet {
     bool empty() const { return size_ == 0; }
     bool contains(AttributeKey key) const;
     // False when the key is there already, or is not there.
-    bool insert(AttributeKey key);
+    bool insert(AttributeKey key) {
+        if (!chunks_.empty()) {
+            std::vector<AttributeKey>& last = chunks_.back().keys;
+            if (key > last.back() && last.size() < std::min(last.capacity(), maxChunk)) {
+                last.push_back(key);
+                ++size_;
+                return true;
+            }
+        }
+        return insertAnywhere(key);
+    }
     bool erase(AttributeKey key);
-    // Adds keys that ascend. False when all of them are there already.
-    bool insert(std::span<const AttributeKey> keys);
     // Removes all keys from one to another.
     void erase(AttributeKey first, AttributeKey last);
     void clear();
@@ -45,6 +53,7 @@ class KeySet {
     };
 
     std::size_t chunkOf(AttributeKey key) const;
+    bool insertAnywhere(AttributeKey key);
     void append(AttributeKey key);
     void split(std::size_t chunk);
     void joinSmall(std::size_t chunk);

@@ -83,7 +83,7 @@ class MrpApplicationDatabase final : public Entity {
     ~MrpApplicationDatabase() override;
 
     // Told within every change of a record: the attribute, and the record, null when it was
-    // removed. Who reacts does not change the database.
+    // removed. Who reacts does nothing to the database or its engine.
     Notification<const MrpAttribute&, const MrpAttrDatabase*>& recordChanged() {
         return recordChanged_;
     }

@@ -12,6 +12,8 @@ extern TraceSource mrpSmTrace;
 
 // From this level on the values of a received PDU are traced one by one,
 inline constexpr int valueTraceLevel = 4;
+// from this one what a LeaveAll says of each attribute,
+inline constexpr int leaveAllTraceLevel = 7;
 // from this one also what each handler does with them.
 inline constexpr int handlerTraceLevel = 8;
 
