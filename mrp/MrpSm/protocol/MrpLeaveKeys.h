@@ -20,7 +20,10 @@ class MrpLeaveKeys {
     }
     // False when the key is there already.
     bool insert(AttributeKey key) {
-        if (empty()) {
+        if (many_ && !many_->empty()) {
+            return many_->insert(key);
+        }
+        if (!one_) {
             one_ = key;
             return true;
         }
