@@ -31,9 +31,13 @@ install(TARGETS mrp mrpplatform mrpplatform-linux mrpplatform-virtual
 install(DIRECTORY mrp platform DESTINATION "${headerDir}" COMPONENT development
     FILES_MATCHING PATTERN "*.h"
     PATTERN MrpEventPacking.h EXCLUDE
+    PATTERN MrpLeaveAllRun.h EXCLUDE
     PATTERN MrpLogHandles.h EXCLUDE
     PATTERN MrpTrace.h EXCLUDE
-    PATTERN MsrpHeaders.h EXCLUDE)
+    PATTERN MrpTxRun.h EXCLUDE
+    PATTERN MsrpHeaders.h EXCLUDE
+    PATTERN MvrpOpenVector.h EXCLUDE
+    PATTERN RunRecords.h EXCLUDE)
 
 install(EXPORT mrpTargets NAMESPACE mrp:: DESTINATION "${packageDir}" COMPONENT development)
 configure_package_config_file(packaging/mrpConfig.cmake.in

@@ -87,7 +87,9 @@ TEST_F(Takeover, stoppedReader) {
     const Cost none = costWith(Reader::none, *this);
     const Cost running = costWith(Reader::running, *this);
     Cost stopped = costWith(Reader::stopped, *this);
-    if (!sanitized && stopped.cpuMilliseconds >= 1.5 * none.cpuMilliseconds) {
+    // While the reader is stopped additions wait, and what waits takes longer to find.
+    const double limit = 1.5 * none.cpuMilliseconds + 15;
+    if (!sanitized && stopped.cpuMilliseconds >= limit) {
         stopped = costWith(Reader::stopped, *this);  // other work on the machine disturbs a little
     }
     const Cost later = costWith(Reader::stoppedLater, *this);
@@ -99,7 +101,7 @@ TEST_F(Takeover, stoppedReader) {
     if (sanitized) {
         return;
     }
-    EXPECT_LT(stopped.cpuMilliseconds, 1.5 * none.cpuMilliseconds);
+    EXPECT_LT(stopped.cpuMilliseconds, limit);
     EXPECT_LT(std::max(stopped.peakKib, later.peakKib), none.peakKib + 32 * 1024);
     EXPECT_GT(later.dropped, 0U) << "so many refreshed attributes are more than the log keeps";
 }

@@ -102,17 +102,6 @@ MrpAttrDatabase* MrpSm::mrpGetAttrFromDatabase(IntfId intfId, AttributeType attr
     return record;
 }
 
-const MrpIntfTypeApplicant* MrpSm::settledRecords(IntfId intfId,
-                                                  AttributeType attributeType) const {
-    const MrpApplicationDatabase* database = applicationDatabase();
-    if (database == nullptr || addPendingAttr_.records(intfId, attributeType) != nullptr ||
-        deletePendingAttr_.records(intfId, attributeType) != nullptr) {
-        return nullptr;
-    }
-    const MrpIntfApplicant* intf = database->attrDatabase(intfId);
-    return intf != nullptr ? intf->intfTypeApplicant(attributeType) : nullptr;
-}
-
 std::vector<AttributeKey> MrpSm::visibleKeys(IntfId intfId, AttributeType attributeType) const {
     std::vector<AttributeKey> committed;
     const MrpApplicationDatabase* database = applicationDatabase();

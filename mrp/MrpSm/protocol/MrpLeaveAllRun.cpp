@@ -62,14 +62,8 @@ MrpLeaveAllRun::MrpLeaveAllRun(MrpSm& mrpSm, const MrpLeaveAllEvents& events)
     : mrpSm_(mrpSm),
       events_(events),
       steps_(stepsOf(events.applicantEvent)),
-      over_(!mayRun(mrpSm, events)) {
-    const MrpIntfTypeApplicant* const records =
-        over_ ? nullptr : mrpSm.settledRecords(events.intfId, events.attributeType);
-    over_ = records == nullptr;
-    if (!over_) {
-        records_ = RecordMap::Cursor(records->mrpAttribute());
-    }
-}
+      records_(mrpSm, events.intfId, events.attributeType),
+      over_(!mayRun(mrpSm, events)) {}
 
 bool MrpLeaveAllRun::take(AttributeKey key, std::optional<MrpRegistrarState> assumed) {
     MrpAttrDatabase* const record = records_.find(key);

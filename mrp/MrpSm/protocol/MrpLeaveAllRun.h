@@ -6,9 +6,9 @@
 #include <optional>
 #include <span>
 
+#include "mrp/MrpSm/database/RunRecords.h"
 #include "mrp/MrpSm/protocol/MrpLeaveSm.h"
 #include "mrp/MrpSm/transmit/MrpTxRun.h"
-#include "mrp/MrpSm/types/RecordCursor.h"
 
 namespace Mrp {
 
@@ -26,7 +26,7 @@ struct MrpLeaveAllEvents {
 // Such an event gives nearly every attribute the same to do: a message, and a registration that
 // begins to leave. A run takes those attributes past the state machines, with the records, the
 // packets and the leave timer in hand. It leaves to the machines what a trace would tell of, what
-// is pending in the database, what ends in a deletion, and types that the application lacks.
+// ends in a deletion, and types that the application lacks.
 //
 // What the machines would leave behind, the attribute in hand with its images and events, is there
 // when a frame is sent and when the run ends; the leave timer is set when it ends. Observers of the
@@ -87,7 +87,7 @@ class MrpLeaveAllRun {
     MrpSm& mrpSm_;
     MrpLeaveAllEvents events_;
     const Steps& steps_;
-    RecordMap::Cursor records_;
+    RunRecords records_;
     bool over_;
     std::optional<MrpTxRun> tx_;  // from the first message on
     std::optional<AttributeKey> inHand_;

@@ -2,9 +2,9 @@
 #include <cstring>
 #include <optional>
 
+#include "mrp/MrpSm/database/RunRecords.h"
 #include "mrp/MrpSm/root/MrpSm.h"
 #include "mrp/MrpSm/types/MrpTrace.h"
-#include "mrp/MrpSm/types/RecordCursor.h"
 #include "platform/time/Dispatch.h"
 
 // After a LeaveAll neighbours declare again what they have declared before: each registration
@@ -103,12 +103,12 @@ bool stores(const MrpAttrDatabase& record, const MrpParsedAttributes& parsed,
 class MrpSm::SilentRun {
   public:
     SilentRun(const MrpParsedAttributes& parsed, const MrpParsedPlace& first,
-              const MrpIntfTypeApplicant& records)
+              const RunRecords& records)
         : parsed_(parsed),
           vector_(parsed.vectors()[first.vector]),
           first_(first.value),
           place_(first),
-          records_(records.mrpAttribute()) {
+          records_(records) {
         while (!failed_ && place_.value < vector_.values && take()) {
             ++place_.value;
         }
@@ -129,7 +129,7 @@ class MrpSm::SilentRun {
     MrpParsedVector vector_;
     std::uint32_t first_;
     MrpParsedPlace place_;
-    RecordMap::Cursor records_;
+    RunRecords records_;
     Step::Registrar registrars_ = Step::Registrar::machine;
     bool failed_ = false;  // at the last value, by an error of an observer of the database
 };
@@ -170,12 +170,8 @@ bool MrpSm::passSilentValues(MrpParsedQueue& queue, IntfId intfId) {
         return false;
     }
     const AttributeType type = queue.headVector().attributeType;
-    const MrpIntfTypeApplicant* const records = settledRecords(intfId, type);
-    if (records == nullptr) {
-        return false;
-    }
     const MrpParsedPlace first = queue.head();
-    const SilentRun run(mrpParsedAttribute_, first, *records);
+    const SilentRun run(mrpParsedAttribute_, first, RunRecords(*this, intfId, type));
     if (run.end().value == first.value) {
         return false;
     }

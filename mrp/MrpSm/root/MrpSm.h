@@ -200,8 +200,6 @@ class MrpSm final : public RefCounted {
     // `lookInAddPending` pending additions are seen, and go first.
     MrpAttrDatabase* mrpGetAttrFromDatabase(IntfId intfId, AttributeType attributeType,
                                             AttributeKey key, bool lookInAddPending) const;
-    // The committed records of an interface and type, if nothing of them is pending; else null.
-    const MrpIntfTypeApplicant* settledRecords(IntfId intfId, AttributeType attributeType) const;
     // The keys that such look-ups show for an interface and type, ascending.
     std::vector<AttributeKey> visibleKeys(IntfId intfId, AttributeType attributeType) const;
     // The record of the attribute in hand, pending additions first; made when `create` is set.
